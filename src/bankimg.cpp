@@ -1,0 +1,143 @@
+// The steps of a run, from the ELF file to its sections.
+#include "bankimg.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include "report.h"
+
+// The ELF file: header, section header table, names, bytes.
+
+int openb(const char* path, int flags) {
+    const int fd = open(path, flags);
+    if (fd < 0) {
+        printf("Can't open file %s\n", path);
+        exit(EXIT_FAILURE);
+    }
+    return fd;
+}
+
+bool is_elf(const char* path) {
+    const int fd = openb(path, O_RDONLY);
+    Ehdr hdr{};
+    read_at(fd, 0, &hdr, sizeof hdr);
+    close(fd);
+    return memcmp(hdr.e_ident + 1, "ELF", 3) == 0;
+}
+
+void read_sections(const char* path, std::list<CSect>& sections) {
+    sections.clear();
+    const int fd = openb(path, O_RDONLY);
+    Ehdr hdr{};
+    if (read_at(fd, 0, &hdr, sizeof hdr) != sizeof hdr) oops("ELF header is cut short");
+
+    std::vector<Shdr> shdrs;
+    std::vector<std::string> names;
+    read_sechdrs(fd, &hdr, shdrs);
+    read_secnames(fd, &hdr, shdrs, names);
+    filter_sec(shdrs, names);
+
+    for (size_t i = 0; i < shdrs.size(); i++) {
+        if (shdrs[i].sh_size > INT32_MAX) oops(("Section " + names[i] + " is too large").c_str());
+        CSect& sect = sections.emplace_back();
+        sect.name = std::move(names[i]);
+        sect.setfname();
+        sect.hdr = shdrs[i];
+        sect.readv(fd);
+    }
+    close(fd);
+    sections.sort(sec_cmp);
+}
+
+int read_sechdrs(int fd, const Ehdr* hdr, std::vector<Shdr>& shdrs) {
+    shdrs.assign(hdr->e_shnum, Shdr{});
+    if (shdrs.empty()) return 0;
+    if (hdr->e_shentsize != sizeof(Shdr)) oops("ELF section header size is not 40");
+    const size_t len = shdrs.size() * sizeof(Shdr);
+    if (read_at(fd, hdr->e_shoff, shdrs.data(), len) != len) {
+        oops("ELF section header table is cut short");
+    }
+    return hdr->e_shnum;
+}
+
+namespace {
+
+// The part of the file that names were read from last. Most names follow one another, so that
+// one read serves many of them.
+struct name_block {
+    uint64_t pos = 0;  // file offset of the first byte
+    size_t len = 0;
+    char bytes[4096];
+};
+
+std::string read_name(int fd, name_block& block, uint64_t pos) {
+    std::string name;
+    for (;;) {
+        if (pos < block.pos || pos >= block.pos + block.len) {
+            block.pos = pos;
+            block.len = read_at(fd, pos, block.bytes, sizeof block.bytes);
+            if (block.len == 0) return name;
+        }
+        const size_t skip = pos - block.pos;
+        const size_t len = strnlen(block.bytes + skip, block.len - skip);
+        name.append(block.bytes + skip, len);
+        if (skip + len < block.len) return name;
+        pos += len;
+    }
+}
+
+}  // namespace
+
+int read_secnames(int fd, const Ehdr* hdr, const std::vector<Shdr>& shdrs,
+                  std::vector<std::string>& names) {
+    names.clear();
+    if (hdr->e_shnum == 0) return 0;
+    if (hdr->e_shstrndx >= hdr->e_shnum) oops("ELF section name index is out of range");
+    const uint32_t base = shdrs[hdr->e_shstrndx].sh_offset;
+    name_block block;
+    names.reserve(shdrs.size());
+    for (const Shdr& shdr : shdrs) {
+        const uint32_t pos = base + shdr.sh_name;
+        names.push_back(read_name(fd, block, pos));
+    }
+    return hdr->e_shnum;
+}
+
+namespace {
+
+bool is_loaded(const Shdr& shdr, const std::string& name) {
+    if (shdr.sh_size == 0 || (shdr.sh_flags & SHF_ALLOC) == 0) return false;
+    for (const char* left_out : {".bss", ".sbss", ".stack"}) {
+        if (name.find(left_out) != std::string::npos) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+int filter_sec(std::vector<Shdr>& shdrs, std::vector<std::string>& names) {
+    size_t kept = 0;
+    for (size_t i = 0; i < shdrs.size(); i++) {
+        if (!is_loaded(shdrs[i], names[i])) continue;
+        if (kept != i) {
+            shdrs[kept] = shdrs[i];
+            names[kept] = std::move(names[i]);
+        }
+        kept++;
+    }
+    shdrs.resize(kept);
+    names.resize(kept);
+    return static_cast<int>(kept);
+}
+
+bool sec_cmp(const CSect& a, const CSect& b) {
+    return a.hdr.sh_addr < b.hdr.sh_addr;
+}
+
+void print_sections(const std::list<CSect>& sections) {
+    for (const CSect& sect : sections) sect.print(stdout);
+}

@@ -1,0 +1,39 @@
+// The steps of a run, in the order in which main takes them. Each works on the containers that
+// main owns; one that fails prints its message and ends the process with exit status 1.
+#pragma once
+
+#include <list>
+#include <string>
+#include <vector>
+
+#include "sect.h"
+
+/// Opens `path` with the flags of open(2) and gives back the descriptor. Ends the run, with the
+/// message on stdout, if the file cannot be opened.
+int openb(const char* path, int flags);
+
+/// Tells whether bytes 1 to 3 of the file are "ELF". Ends the run if it cannot be opened.
+bool is_elf(const char* path);
+
+/// Replaces `sections` by the ELF file's loadable sections and their bytes, in ascending address
+/// order. Ends the run at a damaged header or a section of 2^31 bytes or more.
+void read_sections(const char* path, std::list<CSect>& sections);
+
+/// Reads the section header table. Gives back its number of entries; ends the run if the entries
+/// have a strange size or the file ends before the table does.
+int read_sechdrs(int fd, const Ehdr* hdr, std::vector<Shdr>& shdrs);
+
+/// Reads the name of every section header; a name ends at a zero byte or with the file. Gives
+/// back their number; ends the run if the index of the name section is out of range.
+int read_secnames(int fd, const Ehdr* hdr, const std::vector<Shdr>& shdrs,
+                  std::vector<std::string>& names);
+
+/// Removes, from both parallel tables, every section that is not to be loaded: empty, outside
+/// target memory, or named like .bss, .sbss or .stack. Gives back the number kept.
+int filter_sec(std::vector<Shdr>& shdrs, std::vector<std::string>& names);
+
+/// Tells whether `a` begins at a lower address than `b`.
+bool sec_cmp(const CSect& a, const CSect& b);
+
+/// Prints the listing line of every section on stdout.
+void print_sections(const std::list<CSect>& sections);

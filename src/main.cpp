@@ -1,0 +1,87 @@
+// bankimg: splits the loadable sections of a 32-bit ELF executable into memory-bank image files.
+// This file holds the options and the run: each step a line, in the order in which it happens.
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <list>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "bankimg.h"
+#include "report.h"
+
+namespace {
+
+struct settings {
+    std::vector<std::string> cfg_files;
+    bool new_cfg = false;
+    bool banks_only = false;
+    bool gap = true;
+    bool complex_name = false;
+    bool print_sect = false;
+    bool print_full = false;
+    bool write_sect = false;
+    bool zstart = false;
+    const char* elf_path = nullptr;  // null if none was named
+};
+
+[[noreturn]] void print_version() {
+    printf("v.%s %s\n", "2.09", "14/08/2013");
+    exit(EXIT_SUCCESS);
+}
+
+bool parse_gap(const char* text, const char* program) {
+    const auto value = static_cast<int32_t>(strtol(text, nullptr, 10));
+    if (value != 0 && value != 1) usage(program);
+    return value == 1;
+}
+
+settings parse_options(int argc, char* argv[]) {
+    const char* program = argc > 0 ? argv[0] : "bankimg";
+    settings set;
+    unsetenv("POSIXLY_CORRECT");  // options may follow the ELF file name, whatever it says
+    for (int letter; (letter = getopt(argc, argv, "bc:C:g:hnpPvwz")) != -1;) {
+        switch (letter) {
+            case 'b': set.banks_only = true; break;
+            case 'C': set.new_cfg = true; [[fallthrough]];
+            case 'c': set.cfg_files.emplace_back(optarg); break;
+            case 'g': set.gap = parse_gap(optarg, program); break;
+            case 'n': set.complex_name = true; break;
+            case 'p': set.print_sect = true; break;
+            case 'P': set.print_full = true; break;
+            case 'v': print_version();
+            case 'w': set.write_sect = true; break;
+            case 'z': set.zstart = true; break;
+            default: usage(program);
+        }
+    }
+    if (argc <= 1) usage(program);
+    if (optind < argc) set.elf_path = argv[optind];
+    return set;
+}
+
+void run(const settings& set) {
+    std::list<CSect> sections;
+
+    if (set.elf_path == nullptr) usage("bankimg");
+    if (!is_elf(set.elf_path)) oops("is not ELF file");
+    read_sections(set.elf_path, sections);
+    if (set.print_sect) print_sections(sections);
+    if (set.write_sect) {
+        for (const CSect& sect : sections) sect.writev();
+    }
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+    try {
+        run(parse_options(argc, argv));
+    } catch (const std::bad_alloc&) {
+        oops("Out of memory");
+    }
+    return EXIT_SUCCESS;
+}

@@ -1,0 +1,66 @@
+// Sections and their bytes: from the ELF file into memory, into a listing, into a raw file.
+#include "sect.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+size_t read_at(int fd, uint64_t pos, void* buf, size_t len) {
+    if (lseek(fd, static_cast<off_t>(pos), SEEK_SET) < 0) return 0;
+    size_t done = 0;
+    while (done < len) {
+        const ssize_t count = read(fd, static_cast<char*>(buf) + done, len - done);
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) break;
+        done += static_cast<size_t>(count);
+    }
+    return done;
+}
+
+void write_all(int fd, const char* buf, size_t len) {
+    while (len > 0) {
+        const ssize_t count = write(fd, buf, len);
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) return;
+        buf += count;
+        len -= static_cast<size_t>(count);
+    }
+}
+
+void write_buf(const char* path, const char* buf, int len) {
+    const int fd = open(path, O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    if (fd < 0) return;
+    write_all(fd, buf, static_cast<size_t>(len));
+    close(fd);
+}
+
+uint32_t CSect::last() const {
+    return hdr.sh_size == 0 ? hdr.sh_addr : hdr.sh_addr + hdr.sh_size - 1;
+}
+
+void CSect::setfname() {
+    const bool dotted = !name.empty() && name.front() == '.';
+    fname = name.substr(dotted ? 1 : 0) + ".bin";
+}
+
+void CSect::readv(int fd) {
+    data.assign(hdr.sh_size, 0);
+    if (hdr.sh_type == SHT_NOBITS) return;
+    read_at(fd, hdr.sh_offset, data.data(), data.size());
+}
+
+void CSect::writev() const {
+    write_buf(fname.c_str(), data.data(), static_cast<int>(hdr.sh_size));
+}
+
+void CSect::print(FILE* stream) const {
+    fprintf(stream, "[%s] %08x %08x (%d,0x%x)\n", name.c_str(), hdr.sh_addr, last(),
+            static_cast<int>(hdr.sh_size), hdr.sh_size);
+}
+
+void CSect::fill_zero(uint32_t addr, uint32_t size) {
+    hdr.sh_addr = addr;
+    hdr.sh_size = size;
+    data.assign(size, 0);
+}
