@@ -1,4 +1,4 @@
-// The steps of a run, from the ELF file to its sections.
+// The steps of a run: the banks, the ELF file and its sections.
 #include "bankimg.h"
 
 #include <fcntl.h>
@@ -9,6 +9,52 @@
 #include <utility>
 
 #include "report.h"
+
+// The bank table.
+
+const char* const banks_name[] = {
+    "pram0.dat", "text", "0",  //
+    "xram0.dat", "data", "0",  //
+    "pram1.dat", "text", "1",  //
+    "xram1.dat", "data", "1",  //
+    "cram.dat",  "",     "",   //
+    "bank0.dat", "",     "",   //
+    "bank1.dat", "",     "",   //
+    "bank2.dat", "",     "",   //
+    "bank3.dat", "",     "",   //
+    nullptr,
+};
+
+const uint32_t ranges[][2] = {
+    {0x18440000, 0x1844ffff},  // pram0
+    {0x18400000, 0x1842ffff},  // xram0
+    {0x18840000, 0x1884ffff},  // pram1
+    {0x18800000, 0x1882ffff},  // xram1
+    {0x18000000, 0x18010000},  // cram
+    {0x00000000, 0x07ffffff},  // bank0
+    {0x08000000, 0x0fffffff},  // bank1
+    {0x10000000, 0x17ffffff},  // bank2
+    {0x1fc00000, 0x1fffffff},  // bank3
+};
+
+void set_banks(std::vector<CBank>& banks, const char* const* names, const uint32_t (*spans)[2]) {
+    banks.clear();
+    for (; *names != nullptr; names += 3, spans++) {
+        CBank& bank = banks.emplace_back();
+        bank.name = names[0];
+        bank.prefix = names[1];
+        bank.suffix = names[2];
+        bank.start = (*spans)[0];
+        bank.end = (*spans)[1];
+    }
+}
+
+void print_banks(const std::vector<CBank>& banks) {
+    for (size_t i = 0; i < banks.size(); i++) {
+        printf("[%zu]: ", i);
+        banks[i].print();
+    }
+}
 
 // The ELF file: header, section header table, names, bytes.
 

@@ -6,7 +6,19 @@
 #include <string>
 #include <vector>
 
+#include "bank.h"
 #include "sect.h"
+
+/// The built-in banks: file name, prefix and suffix of each, closed by a null pointer, and in the
+/// same order the first and last address of each.
+extern const char* const banks_name[];
+extern const uint32_t ranges[][2];
+
+/// Replaces `banks` by one bank for each row of the two tables.
+void set_banks(std::vector<CBank>& banks, const char* const* names, const uint32_t (*spans)[2]);
+
+/// Prints the listing line of every bank, numbered from 0, on stdout.
+void print_banks(const std::vector<CBank>& banks);
 
 /// Opens `path` with the flags of open(2) and gives back the descriptor. Ends the run, with the
 /// message on stdout, if the file cannot be opened.

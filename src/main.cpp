@@ -64,7 +64,11 @@ settings parse_options(int argc, char* argv[]) {
 }
 
 void run(const settings& set) {
+    std::vector<CBank> banks;
     std::list<CSect> sections;
+
+    set_banks(banks, banks_name, ranges);
+    if (set.banks_only) return print_banks(banks);
 
     if (set.elf_path == nullptr) usage("bankimg");
     if (!is_elf(set.elf_path)) oops("is not ELF file");

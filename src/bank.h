@@ -1,0 +1,34 @@
+// A memory bank: a named address range of the target. A bank that receives sections becomes one
+// image file.
+#pragma once
+
+#include <cstdint>
+#include <list>
+#include <string>
+
+#include "sect.h"
+
+/// One bank, its sections and the flags that shape its image. A value: a copy has sections of
+/// its own.
+struct CBank {
+    std::string name;     // file name of the image, and the bank's identity
+    std::string prefix;   // first and last part of the file name
+    std::string suffix;   //   under "-n"; either may be empty
+    std::string elfname;  // base name of the ELF file under "-n", else empty
+    uint32_t start = 0;
+    uint32_t end = 0;  // inclusive
+    std::list<CSect> sections;
+    bool zero_fill = true;    // bytes of a line that no section covers: zeros, else blanks
+    bool gap_fill = false;    // whole lines that no section covers are written too
+    bool zero_start = false;  // the image begins at the bank's start
+
+    /// Tells whether `addr` lies in the bank when the top three bits of addresses are ignored;
+    /// if so, `base` becomes the bank's start without them.
+    bool in_bank(uint32_t addr, uint32_t& base) const;
+
+    /// Tells whether the two ranges, all bits counted, share an address.
+    bool overlap(const CBank& other) const;
+
+    /// Prints the bank's listing line on stdout.
+    void print() const;
+};
