@@ -1,4 +1,4 @@
-// Banks: which addresses belong to one.
+// Banks: which addresses belong to one, and in which order it holds its sections.
 #include "bank.h"
 
 #include <cstdio>
@@ -20,6 +20,15 @@ bool CBank::in_bank(uint32_t addr, uint32_t& base) const {
 
 bool CBank::overlap(const CBank& other) const {
     return start <= other.end && other.start <= end;
+}
+
+void CBank::operator+=(const CSect& sect) {
+    insert(sections.begin(), sect);
+}
+
+std::list<CSect>::iterator CBank::insert(std::list<CSect>::iterator from, const CSect& sect) {
+    while (from != sections.end() && from->last() < sect.hdr.sh_addr) ++from;
+    return sections.insert(from, sect);
 }
 
 void CBank::print() const {

@@ -29,6 +29,14 @@ struct CBank {
     /// Tells whether the two ranges, all bits counted, share an address.
     bool overlap(const CBank& other) const;
 
+    /// Inserts a copy of `sect` into `sections`, before the first one whose last address reaches
+    /// the copy's first address.
+    void operator+=(const CSect& sect);
+
+    /// The same, for a caller who knows that no section ahead of `from` reaches `sect`: the
+    /// search begins at `from`. Gives back the place of the copy.
+    std::list<CSect>::iterator insert(std::list<CSect>::iterator from, const CSect& sect);
+
     /// Prints the bank's listing line on stdout.
     void print() const;
 };

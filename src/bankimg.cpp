@@ -1,4 +1,4 @@
-// The steps of a run: the banks, the ELF file and its sections.
+// The steps of a run: the banks, the ELF file and its sections, the sections in their banks.
 #include "bankimg.h"
 
 #include <fcntl.h>
@@ -49,11 +49,17 @@ void set_banks(std::vector<CBank>& banks, const char* const* names, const uint32
     }
 }
 
+namespace {
+
+void print_bank(const std::vector<CBank>& banks, size_t index) {
+    printf("[%zu]: ", index);
+    banks[index].print();
+}
+
+}  // namespace
+
 void print_banks(const std::vector<CBank>& banks) {
-    for (size_t i = 0; i < banks.size(); i++) {
-        printf("[%zu]: ", i);
-        banks[i].print();
-    }
+    for (size_t i = 0; i < banks.size(); i++) print_bank(banks, i);
 }
 
 // The ELF file: header, section header table, names, bytes.
@@ -186,4 +192,41 @@ bool sec_cmp(const CSect& a, const CSect& b) {
 
 void print_sections(const std::list<CSect>& sections) {
     for (const CSect& sect : sections) sect.print(stdout);
+}
+
+// Placement: every section goes into a bank.
+
+namespace {
+
+// Gives back the index of the first bank that takes `sect`, which receives that bank's base.
+size_t find_bank(const std::vector<CBank>& banks, CSect& sect) {
+    for (size_t i = 0; i < banks.size(); i++) {
+        if (banks[i].in_bank(sect.hdr.sh_addr, sect.bank_base)) return i;
+    }
+    print_banks(banks);
+    fflush(stdout);
+    fprintf(stderr, "Section %s 0x%08x 0x%08x can't add to banks\n", sect.name.c_str(),
+            sect.hdr.sh_addr, sect.last());
+    exit(EXIT_FAILURE);
+}
+
+}  // namespace
+
+void sec2banks(std::vector<CBank>& banks, std::list<CSect>& sections) {
+    // Sections arrive in ascending address order, so what one insertion walked past
+    // stays behind every later one: each bank resumes where its last insertion ended.
+    std::vector<std::list<CSect>::iterator> resume;
+    for (CBank& bank : banks) resume.push_back(bank.sections.begin());
+
+    for (CSect& sect : sections) {
+        const size_t i = find_bank(banks, sect);
+        resume[i] = banks[i].insert(resume[i], sect);
+    }
+}
+
+void full_print(const std::vector<CBank>& banks) {
+    for (size_t i = 0; i < banks.size(); i++) {
+        print_bank(banks, i);
+        print_sections(banks[i].sections);
+    }
 }

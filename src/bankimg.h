@@ -49,3 +49,10 @@ bool sec_cmp(const CSect& a, const CSect& b);
 
 /// Prints the listing line of every section on stdout.
 void print_sections(const std::list<CSect>& sections);
+
+/// Places each section into the first bank whose range holds its first address.
+/// Ends the run, after listing the banks, at a section that fits none.
+void sec2banks(std::vector<CBank>& banks, std::list<CSect>& sections);
+
+/// Prints every bank, numbered from 0, and the sections it holds on stdout.
+void full_print(const std::vector<CBank>& banks);

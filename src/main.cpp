@@ -77,6 +77,9 @@ void run(const settings& set) {
     if (set.write_sect) {
         for (const CSect& sect : sections) sect.writev();
     }
+    sec2banks(banks, sections);
+
+    if (set.print_full) full_print(banks);
 }
 
 }  // namespace
