@@ -29,14 +29,20 @@ struct CBank {
     /// Tells whether the two ranges, all bits counted, share an address.
     bool overlap(const CBank& other) const;
 
-    /// Inserts a copy of `sect` into `sections`, before the first one whose last address reaches
-    /// the copy's first address.
-    void operator+=(const CSect& sect);
+    /// Gives back the place of a section that begins at `addr`: before the first section, from
+    /// `from` on, whose last address reaches `addr`.
+    std::list<CSect>::iterator place(std::list<CSect>::iterator from, uint32_t addr);
 
-    /// The same, for a caller who knows that no section ahead of `from` reaches `sect`: the
-    /// search begins at `from`. Gives back the place of the copy.
-    std::list<CSect>::iterator insert(std::list<CSect>::iterator from, const CSect& sect);
+    /// Inserts a copy of `sect` at its place among all of `sections`.
+    void operator+=(const CSect& sect);
 
     /// Prints the bank's listing line on stdout.
     void print() const;
+
+    /// Writes the image file, unless the bank holds no section; under `zero_start` first puts a
+    /// section of zeros in front of `sections`. Ends the run if the file cannot be created.
+    void write();
+
+    /// Puts a section of zeros, from the bank's start up to the first section, in front.
+    void add_zero_start();
 };

@@ -1,4 +1,5 @@
-// The steps of a run: the banks, the ELF file and its sections, the sections in their banks.
+// The steps of a run: the banks, the ELF file and its sections, the sections in their banks, the
+// banks' image files.
 #include "bankimg.h"
 
 #include <fcntl.h>
@@ -218,9 +219,12 @@ void sec2banks(std::vector<CBank>& banks, std::list<CSect>& sections) {
     std::vector<std::list<CSect>::iterator> resume;
     for (CBank& bank : banks) resume.push_back(bank.sections.begin());
 
-    for (CSect& sect : sections) {
-        const size_t i = find_bank(banks, sect);
-        resume[i] = banks[i].insert(resume[i], sect);
+    while (!sections.empty()) {
+        const auto sect = sections.begin();
+        const size_t i = find_bank(banks, *sect);
+        const auto place = banks[i].place(resume[i], sect->hdr.sh_addr);
+        banks[i].sections.splice(place, sections, sect);
+        resume[i] = sect;
     }
 }
 
@@ -229,4 +233,8 @@ void full_print(const std::vector<CBank>& banks) {
         print_bank(banks, i);
         print_sections(banks[i].sections);
     }
+}
+
+void write_banks(std::vector<CBank>& banks) {
+    for (CBank& bank : banks) bank.write();
 }

@@ -50,9 +50,14 @@ bool sec_cmp(const CSect& a, const CSect& b);
 /// Prints the listing line of every section on stdout.
 void print_sections(const std::list<CSect>& sections);
 
-/// Places each section into the first bank whose range holds its first address.
+/// Moves each section into the first bank whose range holds its first address: the bytes of a
+/// section are in memory once, and `sections` is empty afterwards.
 /// Ends the run, after listing the banks, at a section that fits none.
 void sec2banks(std::vector<CBank>& banks, std::list<CSect>& sections);
 
 /// Prints every bank, numbered from 0, and the sections it holds on stdout.
 void full_print(const std::vector<CBank>& banks);
+
+/// Writes the image file of every bank that holds sections, in list order. Ends the run if one
+/// cannot be created.
+void write_banks(std::vector<CBank>& banks);

@@ -63,6 +63,12 @@ settings parse_options(int argc, char* argv[]) {
     return set;
 }
 
+void set_flags(CBank& bank, const settings& set) {
+    bank.gap_fill = set.gap;
+    bank.zero_fill = true;
+    if (set.zstart) bank.zero_start = true;
+}
+
 void run(const settings& set) {
     std::vector<CBank> banks;
     std::list<CSect> sections;
@@ -78,8 +84,9 @@ void run(const settings& set) {
         for (const CSect& sect : sections) sect.writev();
     }
     sec2banks(banks, sections);
-
+    for (CBank& bank : banks) set_flags(bank, set);
     if (set.print_full) full_print(banks);
+    write_banks(banks);
 }
 
 }  // namespace

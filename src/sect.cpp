@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 
 size_t read_at(int fd, uint64_t pos, void* buf, size_t len) {
     if (lseek(fd, static_cast<off_t>(pos), SEEK_SET) < 0) return 0;
@@ -45,9 +46,12 @@ void CSect::setfname() {
 }
 
 void CSect::readv(int fd) {
-    data.assign(hdr.sh_size, 0);
-    if (hdr.sh_type == SHT_NOBITS) return;
-    read_at(fd, hdr.sh_offset, data.data(), data.size());
+    data.resize(hdr.sh_size);
+    size_t delivered = 0;
+    if (hdr.sh_type != SHT_NOBITS) {
+        delivered = read_at(fd, hdr.sh_offset, data.data(), data.size());
+    }
+    memset(data.data() + delivered, 0, data.size() - delivered);
 }
 
 void CSect::writev() const {

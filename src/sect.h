@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -22,13 +23,25 @@ void write_all(int fd, const char* buf, size_t len);
 /// new and emptied first if it is not. A file that cannot be opened is passed over.
 void write_buf(const char* path, const char* buf, int len);
 
+/// Hands out bytes without clearing them first: most are about to be read from the file, and
+/// clearing hundreds of megabytes takes as long as reading them.
+struct uncleared_bytes : std::allocator<char> {
+    template <class T>
+    struct rebind {
+        using other = uncleared_bytes;
+    };
+    template <class T>
+    void construct(T*) noexcept {}
+};
+using byte_vector = std::vector<char, uncleared_bytes>;
+
 /// One section and its bytes. A value: a copy has bytes of its own.
 struct CSect {
     uint32_t bank_base = 0;  // masked start of the section's bank, set by placement
     std::string name;
     std::string fname;  // name of the raw section file
     Shdr hdr{};
-    std::vector<char> data;  // `hdr.sh_size` bytes
+    byte_vector data;  // `hdr.sh_size` bytes
 
     /// Address of the last byte, wrapping at 2^32; the first address if the section is empty.
     uint32_t last() const;

@@ -24,7 +24,7 @@ TEST(elf, takes_loadable_sections_in_address_order) {
         {"same too", 0x50, "bb"},
         {"", 0x60, "c"},
     });
-    EXPECT_EQ(run_elf("-p", elf).out,
+    EXPECT_EQ(run_elf("-p -g 0", elf).out,
               "[.mystack] 00000030 00000034 (5,0x5)\n"
               "[.tbss] 00000040 00000042 (3,0x3)\n"
               "[same] 00000050 00000050 (1,0x1)\n"
