@@ -184,11 +184,16 @@ void CBank::print() const {
     printf("\n");
 }
 
+std::string CBank::file_name() const {
+    if (elfname.empty() || prefix.empty()) return name;
+    return prefix + "_" + elfname + (suffix.empty() ? "" : "_" + suffix) + ".dat";
+}
+
 void CBank::write() {
     if (sections.empty()) return;
     // The zeros come first: should memory run out here, the image of an earlier run survives.
     if (zero_start) add_zero_start();
-    image out(name, zero_fill);
+    image out(file_name(), zero_fill);
     for (const CSect& sect : sections) {
         if (&sect != &sections.front()) out.go_to(sect.hdr.sh_addr, gap_fill);
         out.put_section(sect);

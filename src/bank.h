@@ -39,6 +39,10 @@ struct CBank {
     /// Prints the bank's listing line on stdout.
     void print() const;
 
+    /// Gives back the image's file name: `prefix`, `elfname` and `suffix` joined by "_", with
+    /// ".dat" appended, or `name` if one of the first two is empty.
+    std::string file_name() const;
+
     /// Writes the image file, unless the bank holds no section; under `zero_start` first puts a
     /// section of zeros in front of `sections`. Ends the run if the file cannot be created.
     void write();

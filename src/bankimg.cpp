@@ -228,6 +228,20 @@ void sec2banks(std::vector<CBank>& banks, std::list<CSect>& sections) {
     }
 }
 
+// Output: names, listing, image files.
+
+void only_name(const std::string& path, std::string& result) {
+    const size_t slash = path.rfind('/');
+    result = slash == std::string::npos ? path : path.substr(slash + 1);
+    result = result.substr(0, result.find('.'));
+}
+
+void setelfname(std::vector<CBank>& banks, const std::string& elf_path) {
+    std::string elfname;
+    only_name(elf_path, elfname);
+    for (CBank& bank : banks) bank.elfname = elfname;
+}
+
 void full_print(const std::vector<CBank>& banks) {
     for (size_t i = 0; i < banks.size(); i++) {
         print_bank(banks, i);

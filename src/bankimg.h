@@ -55,6 +55,12 @@ void print_sections(const std::list<CSect>& sections);
 /// Ends the run, after listing the banks, at a section that fits none.
 void sec2banks(std::vector<CBank>& banks, std::list<CSect>& sections);
 
+/// Stores the part of `path` behind its last "/", up to the first "." of that part, in `result`.
+void only_name(const std::string& path, std::string& result);
+
+/// Tells every bank the ELF file's base name, from which it composes the name of its image.
+void setelfname(std::vector<CBank>& banks, const std::string& elf_path);
+
 /// Prints every bank, numbered from 0, and the sections it holds on stdout.
 void full_print(const std::vector<CBank>& banks);
 

@@ -85,6 +85,7 @@ void run(const settings& set) {
     }
     sec2banks(banks, sections);
     for (CBank& bank : banks) set_flags(bank, set);
+    if (set.complex_name) setelfname(banks, set.elf_path);
     if (set.print_full) full_print(banks);
     write_banks(banks);
 }

@@ -118,4 +118,20 @@ TEST(images, bytes_without_zero_fill_are_blank) {
     EXPECT_EQ(image.str(), "                  00000000 00000000 //18440028\n");
 }
 
+TEST(images, complex_names_join_prefix_elf_base_name_and_suffix) {
+    const file_map inputs{{"fw.rev.elf", elf_file({{"A", 0x18440000, "A"}, {"B", 0, "B"}})}};
+    const auto names_for = [&](const std::string& path) {
+        const std::string copy = "d=$(dirname " + path + "); mkdir -p $d; cp fw.rev.elf ";
+        std::string names;
+        for (const auto& file : run(copy + path + "; bankimg -n " + path, inputs).files) {
+            if (file.first.find(".dat") != std::string::npos) names += file.first + " ";
+        }
+        return names;
+    };
+    EXPECT_EQ(names_for("fw.rev.elf"), "bank0.dat text_fw_0.dat ");
+    EXPECT_EQ(names_for("dir.d/fw"), "bank0.dat text_fw_0.dat ");
+    EXPECT_EQ(names_for("dir//b.c"), "bank0.dat text_b_0.dat ");
+    EXPECT_EQ(names_for("dir/.elf"), "bank0.dat pram0.dat ");
+}
+
 }  // namespace
