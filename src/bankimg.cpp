@@ -1,15 +1,20 @@
-// The steps of a run: the banks, the ELF file and its sections, the sections in their banks, the
-// banks' image files.
+// The steps of a run: the bank table, the configuration files, the ELF file and its sections, the
+// sections in their banks, the banks' image files.
 #include "bankimg.h"
 
 #include <fcntl.h>
+#include <strings.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
+#include <map>
+#include <set>
 #include <utility>
 
 #include "report.h"
+#include "xstring.h"
 
 // The bank table.
 
@@ -63,14 +68,109 @@ void print_banks(const std::vector<CBank>& banks) {
     for (size_t i = 0; i < banks.size(); i++) print_bank(banks, i);
 }
 
+// Configuration files: a bank a line. A new bank is tested against all that are listed already.
+
+namespace {
+
+[[noreturn]] void cant_open(const char* path) {
+    printf("Can't open file %s\n", path);
+    exit(EXIT_FAILURE);
+}
+
+// The line that is being parsed, with its comment and its outer blanks.
+std::string current;
+
+// Reports an error in the current line and ends the run.
+[[noreturn]] void oops2(const char* message) {
+    oops((current + "\n" + message).c_str());
+}
+
+struct no_case_less {
+    bool operator()(const std::string& a, const std::string& b) const {
+        return strcasecmp(a.c_str(), b.c_str()) < 0;
+    }
+};
+
+// Finds the listed bank that a new one might clash with, so that a file of many banks takes no
+// comparison of each with each.
+struct bank_index {
+    std::set<std::string, no_case_less> names;
+    std::map<uint32_t, size_t> by_start;  // first address to place in the list
+
+    explicit bank_index(const std::vector<CBank>& banks) {
+        for (size_t i = 0; i < banks.size(); i++) add(banks[i], i);
+    }
+
+    void add(const CBank& bank, size_t i) {
+        names.insert(bank.name);
+        by_start[bank.start] = i;
+    }
+};
+
+// Tells whether `bank` shares neither name nor address with a listed bank.
+bool check_bank(const std::vector<CBank>& banks, const bank_index& index, const CBank& bank) {
+    if (index.names.count(bank.name) != 0) return false;
+    // Listed ranges are apart from one another: if any reaches into the new one, then the last
+    // of those that begin at or below its end.
+    const auto above = index.by_start.upper_bound(bank.end);
+    return above == index.by_start.begin() || !banks[std::prev(above)->second].overlap(bank);
+}
+
+CBank parse_bank(const std::vector<std::string>& fields) {
+    if (fields.size() < 3) oops2("Bad cfg format");
+    CBank bank;
+    bank.name = fields[0];
+    bank.start = atox(fields[1].c_str());
+    bank.end = atox(fields[2].c_str());
+    if (fields.size() > 3) bank.prefix = fields[3];
+    if (fields.size() > 4) bank.suffix = fields[4];
+    return bank;
+}
+
+}  // namespace
+
+void cfg2banks(std::vector<CBank>& banks, const char* path) {
+    FILE* file = fopen(path, "r");
+    if (file == nullptr) cant_open(path);
+    bank_index index(banks);
+    char buf[1024];
+    xstring line;
+    std::vector<std::string> fields;
+    while (fgets(buf, sizeof buf, file) != nullptr) {
+        line = buf;
+        line.remove_crlf();
+        current = line;
+        line.remove_comments();
+        line.trim();
+        if (!line.tokenize(fields)) continue;
+        const CBank bank = parse_bank(fields);
+        if (bank.start >= bank.end) {
+            print_banks(banks);
+            oops2("Bad range");
+        }
+        if (!check_bank(banks, index, bank)) {
+            print_banks(banks);
+            oops2("Overlapped banks");
+        }
+        index.add(bank, banks.size());
+        banks.push_back(bank);
+    }
+    if (ferror(file) != 0) oops(("Can't read file " + std::string(path)).c_str());
+    fclose(file);
+}
+
+uint32_t atox(const char* text) {
+    if (strncmp(text, "0x", 2) == 0) text += 2;
+    const size_t len = strlen(text);
+    if (len > 8 || strspn(text, "0123456789abcdefABCDEF") != len) oops2("Bad hex format");
+    return static_cast<uint32_t>(strtoul(text, nullptr, 16));
+}
+
 // The ELF file: header, section header table, names, bytes.
 
 int openb(const char* path, int flags) {
     const int fd = open(path, flags);
-    if (fd < 0) {
-        printf("Can't open file %s\n", path);
-        exit(EXIT_FAILURE);
-    }
+    if (fd < 0) cant_open(path);
     return fd;
 }
 

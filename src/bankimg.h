@@ -20,6 +20,14 @@ void set_banks(std::vector<CBank>& banks, const char* const* names, const uint32
 /// Prints the listing line of every bank, numbered from 0, on stdout.
 void print_banks(const std::vector<CBank>& banks);
 
+/// Reads the bank configuration file `path` and appends its banks. Ends the run at the first line
+/// that is no bank or whose bank cannot join the others, after printing that line.
+void cfg2banks(std::vector<CBank>& banks, const char* path);
+
+/// Gives back the value of a hexadecimal field: at most eight digits, behind "0x" or not. Ends
+/// the run if it is none.
+uint32_t atox(const char* text);
+
 /// Opens `path` with the flags of open(2) and gives back the descriptor. Ends the run, with the
 /// message on stdout, if the file cannot be opened.
 int openb(const char* path, int flags);

@@ -74,6 +74,8 @@ void run(const settings& set) {
     std::list<CSect> sections;
 
     set_banks(banks, banks_name, ranges);
+    if (set.new_cfg) banks.clear();
+    for (const std::string& file : set.cfg_files) cfg2banks(banks, file.c_str());
     if (set.banks_only) return print_banks(banks);
 
     if (set.elf_path == nullptr) usage("bankimg");
