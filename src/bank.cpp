@@ -53,17 +53,20 @@ void put_digits(char* to, uint8_t byte) {
 }
 
 void put_word(char* to, uint32_t word) {
-    for (int i = 0; i < 4; i++) put_digits(to + 2 * i, static_cast<uint8_t>(word >> (24 - 8 * i)));
+    for (int shift = 24; shift >= 0; shift -= 8, to += 2) {
+        put_digits(to, static_cast<uint8_t>(word >> shift));
+    }
 }
 
 // An image file while it is written. Lines gather in `text` and leave for the file many at a
-// time; the line that is open, if any, is the one behind them.
+// time; the line that is begun but not ended, if any, is the one behind them.
 struct image {
+    // Made before the file is opened: should memory run out here, no file has lost its content.
     byte_vector text = byte_vector(16384 * line_len);
-    size_t used = 0;    // bytes of the lines that are complete
-    const char* blank;  // what a line that sections begin looks like: zero or space
-    bool open = false;
+    size_t used = 0;  // bytes of the lines that are ended
+    bool begun = false;
     uint32_t line = 0;  // address of the line begun last
+    const char* blank;  // what a line looks like that a ragged end begins: zero or space
     int fd;
 
     image(const std::string& path, bool zero_fill);
@@ -80,8 +83,7 @@ struct image {
 };
 
 image::image(const std::string& path, bool zero_fill)
-    : blank(zero_fill ? zero : space),
-      fd(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666)) {
+    : blank(zero_fill ? zero : space), fd(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666)) {
     if (fd < 0) oops(("Can't open file " + path).c_str());
 }
 
@@ -89,7 +91,7 @@ void image::put_section(const CSect& sect) {
     uint32_t addr = sect.hdr.sh_addr;
     const char* at = sect.data.data();
     const char* const end = at + sect.data.size();
-    while (at != end && (open || addr % block_size != 0)) put_byte(addr++, *at++);
+    while (at != end && (begun || addr % block_size != 0)) put_byte(addr++, *at++);
     for (; end - at >= block_size; addr += block_size, at += block_size) put_block(addr, at);
     while (at != end) put_byte(addr++, *at++);
 }
@@ -99,20 +101,20 @@ void image::put_section(const CSect& sect) {
 void image::go_to(uint32_t addr, bool gap_fill) {
     const uint32_t next_block = (line & ~(block_size - 1)) + block_size;
     if (addr < next_block) return;
-    if (open) end_line();
+    if (begun) end_line();
     if (gap_fill && addr >= next_block + block_size) {
         fill_gap(next_block, static_cast<int32_t>((addr - next_block) / block_size));
     }
 }
 
 void image::finish() {
-    if (open) end_line();
+    if (begun) end_line();
     flush();
     close(fd);
 }
 
 void image::put_byte(uint32_t addr, char byte) {
-    if (!open) begin_line(blank, addr);
+    if (!begun) begin_line(blank, addr);
     put_digits(&text[used] + offset[addr % block_size], static_cast<uint8_t>(byte));
     if (addr % block_size == block_size - 1) end_line();
 }
@@ -143,12 +145,12 @@ inline void image::begin_line(const char* pattern, uint32_t addr) {
     memcpy(to, pattern, line_len);
     put_word(to + address_pos, addr);
     line = addr;
-    open = true;
+    begun = true;
 }
 
 void image::end_line() {
     used += line_len;
-    open = false;
+    begun = false;
 }
 
 void image::flush() {

@@ -224,7 +224,7 @@ namespace {
 struct name_block {
     uint64_t pos = 0;  // file offset of the first byte
     size_t len = 0;
-    char bytes[4096];
+    char bytes[4096] = {};
 };
 
 std::string read_name(int fd, name_block& block, uint64_t pos) {
@@ -317,6 +317,7 @@ void sec2banks(std::vector<CBank>& banks, std::list<CSect>& sections) {
     // Sections arrive in ascending address order, so what one insertion walked past
     // stays behind every later one: each bank resumes where its last insertion ended.
     std::vector<std::list<CSect>::iterator> resume;
+    resume.reserve(banks.size());
     for (CBank& bank : banks) resume.push_back(bank.sections.begin());
 
     while (!sections.empty()) {

@@ -43,7 +43,7 @@ settings parse_options(int argc, char* argv[]) {
     const char* program = argc > 0 ? argv[0] : "bankimg";
     settings set;
     unsetenv("POSIXLY_CORRECT");  // options may follow the ELF file name, whatever it says
-    for (int letter; (letter = getopt(argc, argv, "bc:C:g:hnpPvwz")) != -1;) {
+    for (int letter = 0; (letter = getopt(argc, argv, "bc:C:g:hnpPvwz")) != -1;) {
         switch (letter) {
             case 'b': set.banks_only = true; break;
             case 'C': set.new_cfg = true; [[fallthrough]];

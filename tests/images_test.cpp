@@ -134,4 +134,63 @@ TEST(images, complex_names_join_prefix_elf_base_name_and_suffix) {
     EXPECT_EQ(names_for("dir/.elf"), "bank0.dat pram0.dat ");
 }
 
+// Sections that do not overlap, in the banks cram.dat and bank0.dat, at addresses and with bytes
+// drawn at random; close enough that they often share a line.
+std::vector<elf_section> random_sections(std::mt19937& random) {
+    const auto draw = [&](uint32_t below) { return static_cast<uint32_t>(random() % below); };
+    std::vector<elf_section> sections;
+    for (uint32_t base : {0x18000000U, 0x00000000U}) {
+        uint32_t addr = base + draw(100);
+        for (uint32_t left = draw(6); left > 0; left--) {
+            const uint32_t size = 1 + draw(70);
+            sections.push_back({"s", addr, ascending(size, static_cast<int>(draw(256)))});
+            addr += size + draw(2) * draw(80);
+        }
+    }
+    return sections;
+}
+
+// Reads an image back into memory and checks each line's form and address on the way.
+std::map<uint32_t, char> memory_of(const std::string& image, bool gap_fill) {
+    std::map<uint32_t, char> memory;
+    uint32_t expected = 0;
+    for (size_t at = 0; at < image.size(); at += 47) {
+        uint32_t words[4], addr = 0;
+        const std::string line = image.substr(at, 47);
+        EXPECT_EQ(sscanf(line.c_str(), "%8x %8x %8x %8x //%8x", &words[0], &words[1], &words[2],
+                         &words[3], &addr),
+                  5)
+            << line;
+        EXPECT_EQ(line.find('\n'), 46U);
+        const uint32_t block = addr & ~15U;
+        EXPECT_TRUE(at == 0 || (gap_fill ? block == expected : block >= expected)) << line;
+        expected = block + 16;
+        for (uint32_t i = 0; i < 16; i++) {
+            memory[block + i] = static_cast<char>(words[i / 4] >> (i % 4 * 8));
+        }
+    }
+    return memory;
+}
+
+TEST(images, read_back_they_hold_the_bytes_of_the_sections_and_zeros) {
+    std::mt19937 random(1);
+    for (int round = 0; round < 300; round++) {
+        const std::vector<elf_section> sections = random_sections(random);
+        const bool gap_fill = random() % 2 == 0, zero_start = random() % 2 == 0;
+        const std::string options = std::string(gap_fill ? "" : "-g0 ") + (zero_start ? "-z" : "");
+        const outcome got = run_elf(options, elf_file(sections));
+        std::map<uint32_t, char> memory;
+        for (const auto& [name, image] : got.files) memory.merge(memory_of(image, gap_fill));
+        for (const elf_section& sect : sections) {
+            for (uint32_t i = 0; i < sect.data.size(); i++) {
+                ASSERT_EQ(memory.count(sect.addr + i), 1U);
+                ASSERT_EQ(memory[sect.addr + i], sect.data[i]);
+                memory[sect.addr + i] = 0;
+            }
+            ASSERT_TRUE(!zero_start || memory.count(sect.addr & 0x18000000));
+        }
+        for (const auto& [addr, byte] : memory) ASSERT_EQ(byte, 0) << std::hex << addr;
+    }
+}
+
 }  // namespace
