@@ -1,3 +1,4 @@
+# shellcheck shell=sh
 # Shared by the scripts beside it: sourced, not run.
 # Moves to the top of the sources and offers `say` and `need`.
 set -eu
