@@ -176,10 +176,6 @@ std::list<CSect>::iterator CBank::place(std::list<CSect>::iterator from, uint32_
     return from;
 }
 
-void CBank::operator+=(const CSect& sect) {
-    sections.insert(place(sections.begin(), sect.hdr.sh_addr), sect);
-}
-
 void CBank::print() const {
     printf("%s\t%08x %08x", name.c_str(), start, end);
     if (!prefix.empty() || !suffix.empty()) printf(" (%s,%s)", prefix.c_str(), suffix.c_str());

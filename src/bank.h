@@ -33,9 +33,6 @@ struct CBank {
     /// `from` on, whose last address reaches `addr`.
     std::list<CSect>::iterator place(std::list<CSect>::iterator from, uint32_t addr);
 
-    /// Inserts a copy of `sect` at its place among all of `sections`.
-    void operator+=(const CSect& sect);
-
     /// Prints the bank's listing line on stdout.
     void print() const;
 

@@ -1,8 +1,6 @@
 // The layout of a test's ELF file.
 #include "elf_file.h"
 
-#include <cstring>
-
 namespace {
 
 template <class T>
@@ -10,45 +8,42 @@ std::string bytes_of(const T& record) {
     return {reinterpret_cast<const char*>(&record), sizeof record};
 }
 
+uint32_t len(const std::string& bytes) {
+    return static_cast<uint32_t>(bytes.size());
+}
+
 }  // namespace
 
 std::string elf_file(const std::vector<elf_section>& sections) {
-    Ehdr ehdr{};
-    memcpy(ehdr.e_ident,
-           "\x7f"
-           "ELF\1\1\1",
-           7);
-    std::vector<Shdr> shdrs(1);
-    std::string names(1, '\0');
-    std::string body;
-    for (const elf_section& sect : sections) {
-        Shdr shdr{};
-        shdr.sh_name = static_cast<uint32_t>(names.size());
-        shdr.sh_type = sect.type;
-        shdr.sh_flags = sect.flags;
-        shdr.sh_addr = sect.addr;
-        shdr.sh_offset = static_cast<uint32_t>(sizeof ehdr + body.size());
-        shdr.sh_size = sect.size != 0 ? sect.size : static_cast<uint32_t>(sect.data.size());
-        shdrs.push_back(shdr);
-        names += sect.name + '\0';
-        body += sect.data;
+    std::string names(1, '\0'), body, table = bytes_of(Shdr{});
+    for (const elf_section& s : sections) {
+        const uint32_t offset = sizeof(Ehdr) + len(body), size = s.size != 0 ? s.size : len(s.data);
+        table += bytes_of(Shdr{len(names), s.type, s.flags, s.addr, offset, size, 0, 0, 1, 0});
+        names += s.name + '\0';
+        body += s.data;
     }
-    ehdr.e_shoff = static_cast<uint32_t>(sizeof ehdr + body.size());
-    ehdr.e_shentsize = sizeof(Shdr);
-    ehdr.e_shnum = static_cast<uint16_t>(shdrs.size() + 1);
-    ehdr.e_shstrndx = static_cast<uint16_t>(shdrs.size());
-    Shdr strtab{};
-    strtab.sh_type = 3;
-    strtab.sh_offset = static_cast<uint32_t>(ehdr.e_shoff + ehdr.e_shnum * sizeof(Shdr));
-    strtab.sh_size = static_cast<uint32_t>(names.size());
-    shdrs.push_back(strtab);
-
-    std::string table;
-    for (const Shdr& shdr : shdrs) table += bytes_of(shdr);
+    const uint32_t table_at = sizeof(Ehdr) + len(body), names_at = table_at + len(table) + 40;
+    table += bytes_of(Shdr{0, 3, 0, 0, names_at, len(names), 0, 0, 1, 0});
+    const auto count = static_cast<uint16_t>(len(table) / sizeof(Shdr));
+    const auto last = static_cast<uint16_t>(count - 1);
+    const Ehdr ehdr{{0x7f, 'E', 'L', 'F', 1, 1, 1},
+                    2,
+                    243,
+                    1,
+                    0,
+                    0,
+                    table_at,
+                    0,
+                    sizeof(Ehdr),
+                    0,
+                    0,
+                    sizeof(Shdr),
+                    count,
+                    last};
     return bytes_of(ehdr) + body + table + names;
 }
 
-std::string ascending(size_t count, int first) {
+std::string ascending(size_t count, size_t first) {
     std::string bytes(count, '\0');
     for (char& byte : bytes) byte = static_cast<char>(first++);
     return bytes;

@@ -21,7 +21,7 @@ struct elf_section {
 std::string elf_file(const std::vector<elf_section>& sections);
 
 /// Gives back `count` bytes that ascend from `first`: 00 01 02 and so on.
-std::string ascending(size_t count, int first = 0);
+std::string ascending(size_t count, size_t first = 0);
 
 /// Overwrites the bytes of `file` from `offset` on with those of `value`.
 template <class T>

@@ -6,24 +6,19 @@
 
 namespace {
 
-// Offsets of fields in the file header.
-constexpr size_t e_shoff = 32, e_shentsize = 46, e_shnum = 48, e_shstrndx = 50;
-
 TEST(elf, takes_loadable_sections_in_address_order) {
-    const std::string elf = elf_file({
-        {".high", 0xbfc00000, "1234"},
-        {".boot", 0x1fc00000, "12"},
-        {".comment", 0, "left out", 0},
-        {".empty", 0x10, ""},
-        {".bss", 0x20, "left out"},
-        {"my.sbss2", 0x20, "left out"},
-        {".mystack", 0x30, "taken"},
-        {"x.stack_dummy", 0x20, "left out"},
-        {".tbss", 0x40, "", SHF_ALLOC, SHT_NOBITS, 3},
-        {"same", 0x50, "a", SHF_ALLOC | 4},
-        {"same too", 0x50, "bb"},
-        {"", 0x60, "c"},
-    });
+    const std::string elf = elf_file({{".high", 0xbfc00000, "1234"},
+                                      {".boot", 0x1fc00000, "12"},
+                                      {".comment", 0, "x", 0},
+                                      {".empty", 0x10, ""},
+                                      {".bss", 0x20, "x"},
+                                      {"my.sbss2", 0x20, "x"},
+                                      {"x.stack_dummy", 0x20, "x"},
+                                      {".mystack", 0x30, "taken"},
+                                      {".tbss", 0x40, "", SHF_ALLOC, SHT_NOBITS, 3},
+                                      {"same", 0x50, "a", SHF_ALLOC | 4},
+                                      {"same too", 0x50, "bb"},
+                                      {"", 0x60, "c"}});
     EXPECT_EQ(run_elf("-p -g 0", elf).out,
               "[.mystack] 00000030 00000034 (5,0x5)\n"
               "[.tbss] 00000040 00000042 (3,0x3)\n"
@@ -35,20 +30,18 @@ TEST(elf, takes_loadable_sections_in_address_order) {
 }
 
 TEST(elf, raw_files_hold_the_bytes_of_the_sections) {
-    const std::string elf = elf_file({
-        {".text", 0x100, "code"},
-        {"..x", 0x200, std::string("\0\n", 2)},
-        {"data", 0x300, "", SHF_ALLOC, SHT_NOBITS, 2},
-        {"no/folder", 0x400, "passed over"},
-        {"%s%n", 0x500, "e"},
-    });
-    const outcome got = run("umask 0; bankimg -w fw.elf && stat -c %a data.bin",
+    const std::string elf = elf_file({{".text", 0x100, "code"},
+                                      {"..x", 0x200, std::string("\0\n", 2)},
+                                      {"data", 0x300, "", SHF_ALLOC, SHT_NOBITS, 2},
+                                      {"no/folder", 0x400, "passed over"},
+                                      {"%s%n", 0x500, "e"}});
+    const outcome got = run("umask 0; bankimg -w fw.elf && stat -c %a data.bin; rm *.dat",
                             {{"fw.elf", elf}, {"text.bin", "older and longer"}});
     EXPECT_EQ(got.out, "600\n");
-    EXPECT_EQ(got.files.at("text.bin"), "code");
-    EXPECT_EQ(got.files.at(".x.bin"), std::string("\0\n", 2));
-    EXPECT_EQ(got.files.at("data.bin"), std::string("\0\0", 2));
-    EXPECT_EQ(got.files.at("%s%n.bin"), "e");
+    EXPECT_EQ(got.files, (file_map{{"text.bin", "code"},
+                                   {".x.bin", std::string("\0\n", 2)},
+                                   {"data.bin", std::string("\0\0", 2)},
+                                   {"%s%n.bin", "e"}}));
 }
 
 TEST(elf, bytes_and_names_may_end_with_the_file) {
@@ -63,23 +56,22 @@ TEST(elf, bytes_and_names_may_end_with_the_file) {
 
 TEST(elf, damaged_headers_are_refused) {
     const std::string elf = elf_file({{".text", 0x100, "code"}});
-    const auto error = [](const std::string& file) {
-        const outcome got = run_elf("", file);
-        EXPECT_EQ(got.status, 1);
-        EXPECT_TRUE(got.files.empty());
-        return got.err;
+    const std::pair<std::string, std::string> cases[] = {
+        {elf.substr(0, 51), "ELF header is cut short"},
+        {patched<uint16_t>(elf, offsetof(Ehdr, e_shentsize), 64),
+         "ELF section header size is not 40"},
+        {elf.substr(0, elf.size() - 20), "ELF section header table is cut short"},
+        {patched<uint32_t>(elf, offsetof(Ehdr, e_shoff), ~0U),
+         "ELF section header table is cut short"},
+        {patched<uint16_t>(elf, offsetof(Ehdr, e_shstrndx), 3),
+         "ELF section name index is out of range"},
+        {elf_file({{"big", 0, "", SHF_ALLOC, SHT_NOBITS, 1U << 31}}), "Section big is too large"},
     };
-    EXPECT_EQ(error(elf.substr(0, 51)), "ELF header is cut short\n");
-    EXPECT_EQ(error(patched<uint16_t>(elf, e_shentsize, 64)),
-              "ELF section header size is not 40\n");
-    EXPECT_EQ(error(elf.substr(0, elf.size() - 20)), "ELF section header table is cut short\n");
-    EXPECT_EQ(error(patched<uint32_t>(elf, e_shoff, 0xfffffff0)),
-              "ELF section header table is cut short\n");
-    EXPECT_EQ(error(patched<uint16_t>(elf, e_shstrndx, 3)),
-              "ELF section name index is out of range\n");
-    EXPECT_EQ(error(elf_file({{"big", 0, "", SHF_ALLOC, SHT_NOBITS, 0x80000000}})),
-              "Section big is too large\n");
-    EXPECT_EQ(run_elf("", patched<uint16_t>(elf, e_shnum, 0)).status, 0);
+    for (const auto& [file, message] : cases) {
+        EXPECT_EQ(terminal("bankimg a", {{"a", file}}), message + "\nexit 1\n");
+    }
+    EXPECT_EQ(terminal("bankimg a", {{"a", patched<uint16_t>(elf, offsetof(Ehdr, e_shnum), 0)}}),
+              "");
 }
 
 }  // namespace

@@ -6,66 +6,61 @@
 
 namespace {
 
-const std::string code_elf = elf_file({{".text", 0x18440000, "code"}, {".boot", 0x1fc00000, "b"}});
-const std::string code_image = "65646f63 00000000 00000000 00000000 //18440000\n";
+const file_map firmware{
+    {"fw.elf", elf_file({{".text", 0x18440000, "code"}, {".boot", 0x1fc00000, "boot"}})}};
+const std::string pram0 = "65646f63 00000000 00000000 00000000 //18440000\n";
 
 TEST(faults, memory_runs_out) {
 #ifdef __SANITIZE_ADDRESS__
     GTEST_SKIP() << "AddressSanitizer needs more address space than the limit leaves";
 #endif
-    const std::string image = "an image of an earlier run\n";
-    const elf_section huge{"huge", 0x18440100, "", SHF_ALLOC, SHT_NOBITS, 0x7fffffff};
-    const outcome got = run("ulimit -v 500000; bankimg fw.elf",
-                            {{"fw.elf", elf_file({huge})}, {"pram0.dat", image}});
-    EXPECT_EQ(got.status, 1);
-    EXPECT_EQ(got.err, "Out of memory\n");
-    EXPECT_TRUE(got.files.empty());
+    // Once while the section is read, once for the zeros in front of it.
+    const std::string huge = elf_file({{"s", 0x100, "", SHF_ALLOC, SHT_NOBITS, 0x7fffffff}});
+    const std::string far = elf_file({{"s", 0x1f000000, "x"}});
+    for (const std::string& elf : {huge, far}) {
+        const outcome got = run("ulimit -v 400000; bankimg -z -C a.cfg fw.elf",
+                                {{"fw.elf", elf}, {"a.cfg", "a.dat 0 1fffffff"}, {"a.dat", "old"}});
+        EXPECT_EQ(got.status, 1);
+        EXPECT_EQ(got.err, "Out of memory\n");
+        EXPECT_TRUE(got.files.empty());  // the image of an earlier run is as it was
+    }
 }
 
 TEST(faults, image_that_cannot_be_created) {
-    const outcome dir = run("mkdir bank3.dat; bankimg fw.elf", {{"fw.elf", code_elf}});
-    EXPECT_EQ(dir.status, 1);
-    EXPECT_EQ(dir.err, "Can't open file bank3.dat\n");
-    EXPECT_EQ(dir.files, (file_map{{"pram0.dat", code_image}}));
-    const outcome path = run("bankimg fw.elf -C banks.cfg",
-                             {{"fw.elf", code_elf}, {"banks.cfg", "no/folder.dat 0 ffffffff"}});
-    EXPECT_EQ(path.err, "Can't open file no/folder.dat\n");
+    const outcome got = run("mkdir bank3.dat; bankimg fw.elf", firmware);
+    EXPECT_EQ(got.status, 1);
+    EXPECT_EQ(got.err, "Can't open file bank3.dat\n");
+    EXPECT_EQ(got.files, (file_map{{"pram0.dat", pram0}}));
+    EXPECT_EQ(terminal("echo no/folder.dat 0 ffffffff >a; bankimg fw.elf -C a", firmware),
+              "Can't open file no/folder.dat\nexit 1\n");
 }
 
-TEST(faults, nobody_reads_what_is_printed) {
-    for (const char* sink : {">&-", "2>&-", ">&- 2>&- <&-", ">/dev/full", "| true"}) {
-        const outcome got =
-            run(std::string("bankimg -g 0 -pP fw.elf ") + sink, {{"fw.elf", code_elf}});
+TEST(faults, output_that_nobody_takes) {
+    for (const std::string sink : {">&-", "2>&-", ">&- 2>&- <&-", ">/dev/full", "| true"}) {
+        const outcome got = run("bankimg -pP fw.elf " + sink, firmware);
         EXPECT_EQ(got.status, 0) << sink;
-        EXPECT_EQ(got.files.at("pram0.dat"), code_image) << sink;
+        EXPECT_EQ(got.files.at("pram0.dat"), pram0) << sink;
     }
-    const std::string full = "ln -s /dev/full pram0.dat; bankimg fw.elf";
-    EXPECT_EQ(run(full, {{"fw.elf", code_elf}}).status, 0);
+    EXPECT_EQ(terminal("ln -s /dev/full pram0.dat; bankimg fw.elf", firmware), "");
 }
 
 TEST(faults, largest_counts_and_offsets) {
-    std::vector<elf_section> sections(65533, {".s", 0x18440000, "x"});
+    const std::vector<elf_section> sections(65533, {".s", 0x18440000, "x"});
     EXPECT_EQ(run("bankimg -p fw.elf | wc -l", {{"fw.elf", elf_file(sections)}}).out, "65533\n");
 
-    // The offset of a name wraps at 2^32: here it leads back to the section's own bytes, while
-    // those are said to lie beyond the end of the file.
+    // The sum that leads to a name wraps at 2^32, here back to the section's own bytes; the
+    // section's offset is beyond the end of the file.
     std::string elf = elf_file({{".text", 0x18440000, "name"}});
-    const auto header = static_cast<uint32_t>(sizeof(Ehdr) + 4 + sizeof(Shdr));
-    const auto names = static_cast<uint32_t>(header + 2 * sizeof(Shdr));
-    elf = patched<uint32_t>(elf, header, static_cast<uint32_t>(sizeof(Ehdr)) - names);
+    const uint32_t header = sizeof(Ehdr) + 4 + sizeof(Shdr), names = header + 2 * sizeof(Shdr);
+    elf = patched(elf, header, uint32_t{sizeof(Ehdr)} - names);
     elf = patched<uint32_t>(elf, header + offsetof(Shdr, sh_offset), 0xfffffffe);
-    EXPECT_EQ(run("bankimg -p fw.elf", {{"fw.elf", elf}}).out,
-              "[name] 18440000 18440003 (4,0x4)\n");
+    EXPECT_EQ(run_elf("-p", elf).out, "[name] 18440000 18440003 (4,0x4)\n");
 }
 
 TEST(faults, large_bank_files) {
     EXPECT_EQ(run("bankimg -C a -b", {{"a", std::string(1000000, 'x')}}).status, 1);
-    std::string banks;
-    for (int i = 0; i < 20000; i++) {
-        const std::string number = std::to_string(10000 + i);
-        banks += "bank" + number + " " + number + "000 " + number + "fff\n";
-    }
-    EXPECT_EQ(run("bankimg -C a -b | wc -l", {{"a", banks}}).out, "20000\n");
+    EXPECT_EQ(terminal("seq 10000 29999 | sed 's/.*/bank& &000 &fff/' >a; bankimg -bCa | wc -l"),
+              "20000\n");
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -17,24 +18,13 @@ std::string read_file(const fs::path& path) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-struct scratch_folder {
-    fs::path path;
-    scratch_folder() {
-        std::string name = (fs::temp_directory_path() / "bankimg-test-XXXXXX").string();
-        path = mkdtemp(name.data());
-        fs::create_directory(path / "work");
-    }
-    ~scratch_folder() { fs::remove_all(path); }
-};
-
 file_map changed_files(const fs::path& folder, const file_map& inputs) {
     file_map files;
     for (const auto& entry : fs::directory_iterator(folder)) {
-        if (!entry.is_regular_file()) continue;
-        const std::string name = entry.path().filename().string();
-        const std::string content = read_file(entry.path());
-        const auto input = inputs.find(name);
-        if (input == inputs.end() || input->second != content) files[name] = content;
+        if (entry.is_regular_file()) files[entry.path().filename()] = read_file(entry);
+    }
+    for (const auto& [name, content] : inputs) {
+        if (files[name] == content) files.erase(name);
     }
     return files;
 }
@@ -42,19 +32,35 @@ file_map changed_files(const fs::path& folder, const file_map& inputs) {
 }  // namespace
 
 outcome run(const std::string& command, const file_map& inputs) {
-    const scratch_folder scratch;
-    const fs::path work = scratch.path / "work";
+    std::string folder = (fs::temp_directory_path() / "bankimg-test-XXXXXX").string();
+    const fs::path scratch = mkdtemp(folder.data());
+    const fs::path work = scratch / "work";
+    fs::create_directory(work);
     for (const auto& [name, content] : inputs) {
         std::ofstream(work / name, std::ios::binary) << content;
     }
-    const std::string script = "cd " + work.string() + " && PATH=" BANKIMG_DIR ":$PATH && {\n" +
-                               command + "\n} >../out 2>../err";
+    const std::string script = "cd " + work.string() +
+                               " && PATH='" BANKIMG_DIR "':\"$PATH\" && {\n" + command +
+                               "\n} >../out 2>../err";
     const int status = std::system(script.c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status),
-            read_file(scratch.path / "out"), read_file(scratch.path / "err"),
-            changed_files(work, inputs)};
+    const outcome got{WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status),
+                      read_file(scratch / "out"), read_file(scratch / "err"),
+                      changed_files(work, inputs)};
+    fs::remove_all(scratch);
+    return got;
 }
 
 outcome run_elf(const std::string& options, const std::string& elf) {
     return run("bankimg " + options + " fw.elf", {{"fw.elf", elf}});
+}
+
+std::string terminal(const std::string& command, const file_map& inputs) {
+    const outcome got = run("{ " + command + "\n} 2>&1", inputs);
+    return got.out + (got.status == 0 ? "" : "exit " + std::to_string(got.status) + "\n");
+}
+
+std::string readme_block(const std::string& start) {
+    const std::string readme = read_file(README), fence = "```";
+    const size_t from = readme.find(fence + "text\n" + start) + strlen("```text\n");
+    return readme.substr(from, readme.find(fence, from) - from);
 }

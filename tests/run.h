@@ -7,7 +7,7 @@
 using file_map = std::map<std::string, std::string>;  // name to content
 
 struct outcome {
-    int status;       // exit status; 128 and more after a signal
+    int status;       // of the command; 128 and more after a signal
     std::string out;  // stdout
     std::string err;  // stderr
     file_map files;   // the folder afterwards, without input files that are as they were
@@ -18,3 +18,9 @@ outcome run(const std::string& command, const file_map& inputs = {});
 
 /// Runs "bankimg OPTIONS fw.elf" on the ELF file `elf`.
 outcome run_elf(const std::string& options, const std::string& elf);
+
+/// Gives back what a terminal shows of `command`: both streams, and "exit N" if N is not 0.
+std::string terminal(const std::string& command, const file_map& inputs = {});
+
+/// Gives back the block of the README's example text that begins with `start`.
+std::string readme_block(const std::string& start);
