@@ -15,17 +15,18 @@
 
 namespace {
 
+// What the command line asks for.
 struct settings {
-    std::vector<std::string> cfg_files;
-    bool new_cfg = false;
-    bool banks_only = false;
-    bool gap = true;
-    bool complex_name = false;
-    bool print_sect = false;
-    bool print_full = false;
-    bool write_sect = false;
-    bool zstart = false;
-    const char* elf_path = nullptr;  // null if none was named
+    std::vector<std::string> cfg_files;  // -c and -C, in command-line order
+    bool new_cfg = false;                // -C: without the built-in banks
+    bool banks_only = false;             // -b
+    bool gap = true;                     // -g
+    bool complex_name = false;           // -n
+    bool print_sect = false;             // -p
+    bool print_full = false;             // -P
+    bool write_sect = false;             // -w
+    bool zstart = false;                 // -z
+    const char* elf_path = nullptr;      // null if no ELF file is named
 };
 
 [[noreturn]] void print_version() {

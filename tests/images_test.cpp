@@ -95,7 +95,7 @@ TEST(images, complex_names_join_prefix_elf_base_name_and_suffix) {
     EXPECT_EQ(names_for("fw.rev.elf"), "bank0.dat text_fw_0.dat\n");
     EXPECT_EQ(names_for("dir.d//b"), "bank0.dat text_b_0.dat\n");
     EXPECT_EQ(names_for("dir.d/.elf"), "bank0.dat pram0.dat\n");
-    EXPECT_EQ(terminal("echo a 0 ffffffff pre >c; bankimg -C c -n fw; ls pre*", {{"fw", elf}}),
+    EXPECT_EQ(terminal("echo a 0 ffffffff pre >c; bankimg -g 0 -C c -n fw; ls pre*", {{"fw", elf}}),
               "pre_fw.dat\n");
 }
 
