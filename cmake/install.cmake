@@ -18,11 +18,11 @@ install(TARGETS bankimg RUNTIME)
 install(FILES ${PROJECT_BINARY_DIR}/bankimg.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES doc/bankimg.bash DESTINATION share/bash-completion/completions RENAME bankimg)
 install(FILES doc/_bankimg DESTINATION ${BANKIMG_ZSH_COMPLETIONS})
-install(FILES README.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(FILES doc/banks.svg DESTINATION ${CMAKE_INSTALL_DOCDIR}/doc)
 install(FILES examples/banks.cfg DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
 
-# A Debian package has these too; an installation by hand has no use for them.
+# A Debian package has other papers than an installation by hand.
 option(BANKIMG_DEBIAN "Install what a Debian package needs" OFF)
 if(BANKIMG_DEBIAN)
   install(FILES packaging/copyright ${PROJECT_BINARY_DIR}/changelog.gz
@@ -30,6 +30,8 @@ if(BANKIMG_DEBIAN)
   if(BANKIMG_STATIC)
     install(FILES packaging/lintian-overrides DESTINATION share/lintian/overrides RENAME bankimg)
   endif()
+else()
+  install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
 endif()
 
 set(CPACK_PACKAGE_NAME bankimg)

@@ -1,6 +1,7 @@
 // Banks: which addresses belong to one, in which order it holds its sections, and its image.
 //
-// An image file is text, a line for each 16-byte block of the bank:
+// An image file is text, one line for each 16-byte block that a section touches, and for those
+// between two sections unless gaps are left out:
 //
 //     03020100 07060504 0b0a0908 0f0e0d0c //18440000
 //
@@ -13,6 +14,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <utility>
@@ -29,6 +31,7 @@ constexpr uint32_t memory_mask = 0x1fffffff;
 // blanks.
 constexpr char zero[] = "00000000 00000000 00000000 00000000 //00000000\n";
 constexpr char space[] = "                                    //00000000\n";
+static_assert(sizeof zero == sizeof space);
 constexpr size_t line_len = sizeof zero - 1;
 constexpr size_t address_pos = 38;
 constexpr uint32_t block_size = 16;  // bytes of the bank in a line
@@ -58,15 +61,17 @@ void put_word(char* to, uint32_t word) {
     }
 }
 
+// Lines on their way to the image file, of which one is written at a time.
+char text[16384 * line_len];
+
 // An image file while it is written. Lines gather in `text` and leave for the file many at a
 // time; the line that is begun but not ended, if any, is the one behind them.
 struct image {
-    // Made before the file is opened: should memory run out here, no file has lost its content.
-    byte_vector text = byte_vector(16384 * line_len);
-    size_t used = 0;  // bytes of the lines that are ended
+    size_t used = 0;               // bytes of the lines that are ended
+    size_t room = 512 * line_len;  // bytes to gather; grows, so that a small image touches little
     bool begun = false;
     uint32_t line = 0;  // address of the line begun last
-    const char* blank;  // what a line looks like that a ragged end begins: zero or space
+    const char* blank;  // pattern of a line that a ragged end begins: zero or space
     int fd;
 
     image(const std::string& path, bool zero_fill);
@@ -115,7 +120,7 @@ void image::finish() {
 
 void image::put_byte(uint32_t addr, char byte) {
     if (!begun) begin_line(blank, addr);
-    put_digits(&text[used] + offset[addr % block_size], static_cast<uint8_t>(byte));
+    put_digits(text + used + offset[addr % block_size], static_cast<uint8_t>(byte));
     if (addr % block_size == block_size - 1) end_line();
 }
 
@@ -123,7 +128,7 @@ void image::put_block(uint32_t addr, const char* bytes) {
     begin_line(zero, addr);
     uint32_t words[4];
     memcpy(words, bytes, sizeof words);
-    char* to = &text[used];
+    char* to = text + used;
     for (uint32_t word : words) {
         put_word(to, word);
         to += 9;
@@ -140,8 +145,8 @@ void image::fill_gap(uint32_t addr, int32_t count) {
 
 // Begins a line with all of its characters: the pattern's stand where bytes are to come.
 inline void image::begin_line(const char* pattern, uint32_t addr) {
-    if (used == text.size()) flush();
-    char* const to = &text[used];
+    if (used == room) flush();
+    char* const to = text + used;
     memcpy(to, pattern, line_len);
     put_word(to + address_pos, addr);
     line = addr;
@@ -154,8 +159,9 @@ void image::end_line() {
 }
 
 void image::flush() {
-    write_all(fd, text.data(), used);
+    write_all(fd, text, used);
     used = 0;
+    room = std::min(2 * room, sizeof text);
 }
 
 }  // namespace

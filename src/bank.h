@@ -12,8 +12,8 @@
 /// its own.
 struct CBank {
     std::string name;     // file name of the image, and the bank's identity
-    std::string prefix;   // first and last part of the file name
-    std::string suffix;   //   under "-n"; either may be empty
+    std::string prefix;   // first part of the file name under "-n"; may be empty
+    std::string suffix;   // last part of it; may be empty
     std::string elfname;  // base name of the ELF file under "-n", else empty
     uint32_t start = 0;
     uint32_t end = 0;  // inclusive
@@ -44,6 +44,7 @@ struct CBank {
     /// section of zeros in front of `sections`. Ends the run if the file cannot be created.
     void write();
 
-    /// Puts a section of zeros, from the bank's start up to the first section, in front.
+    /// Puts a section of zeros in front of `sections`, of which there is one at least, if the
+    /// first does not begin at the bank's start.
     void add_zero_start();
 };

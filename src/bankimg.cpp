@@ -68,7 +68,7 @@ void print_banks(const std::vector<CBank>& banks) {
     for (size_t i = 0; i < banks.size(); i++) print_bank(banks, i);
 }
 
-// Configuration files: a bank a line. A new bank is tested against all that are listed already.
+// Configuration files: one bank per line. A new bank is tested against all that are listed already.
 
 namespace {
 
@@ -142,7 +142,8 @@ void cfg2banks(std::vector<CBank>& banks, const char* path) {
         current = line;
         line.remove_comments();
         line.trim();
-        if (!line.tokenize(fields)) continue;
+        if (line.empty()) continue;
+        line.tokenize(fields);
         const CBank bank = parse_bank(fields);
         if (bank.start >= bank.end) {
             print_banks(banks);
@@ -224,7 +225,7 @@ namespace {
 struct name_block {
     uint64_t pos = 0;  // file offset of the first byte
     size_t len = 0;
-    char bytes[4096] = {};
+    char bytes[512] = {};
 };
 
 std::string read_name(int fd, name_block& block, uint64_t pos) {
@@ -299,7 +300,8 @@ void print_sections(const std::list<CSect>& sections) {
 
 namespace {
 
-// Gives back the index of the first bank that takes `sect`, which receives that bank's base.
+// Gives back the index of the first bank that takes `sect`, which receives that bank's base. Maps
+// have few banks: a plain search in list order will do.
 size_t find_bank(const std::vector<CBank>& banks, CSect& sect) {
     for (size_t i = 0; i < banks.size(); i++) {
         if (banks[i].in_bank(sect.hdr.sh_addr, sect.bank_base)) return i;

@@ -1,7 +1,8 @@
-// The steps of a run, in the order in which main takes them. Each works on the containers that
-// main owns; one that fails prints its message and ends the process with exit status 1.
+// The steps of a run, in the order in which main takes them, and their helpers. A function that
+// fails prints its message and ends the process with exit status 1.
 #pragma once
 
+#include <cstdint>
 #include <list>
 #include <string>
 #include <vector>
@@ -20,12 +21,12 @@ void set_banks(std::vector<CBank>& banks, const char* const* names, const uint32
 /// Prints the listing line of every bank, numbered from 0, on stdout.
 void print_banks(const std::vector<CBank>& banks);
 
-/// Reads the bank configuration file `path` and appends its banks. Ends the run at the first line
-/// that is no bank or whose bank cannot join the others, after printing that line.
+/// Reads the bank configuration file `path` and appends its banks. Ends the run if it cannot be
+/// read, or at the first line that is no bank or whose bank cannot join the others.
 void cfg2banks(std::vector<CBank>& banks, const char* path);
 
-/// Gives back the value of a hexadecimal field: at most eight digits, behind "0x" or not. Ends
-/// the run if it is none.
+/// Gives back the value of a hexadecimal field: at most eight digits, behind "0x" or not; "0x"
+/// alone is 0. Ends the run at any other text.
 uint32_t atox(const char* text);
 
 /// Opens `path` with the flags of open(2) and gives back the descriptor. Ends the run, with the
@@ -39,8 +40,8 @@ bool is_elf(const char* path);
 /// order. Ends the run at a damaged header or a section of 2^31 bytes or more.
 void read_sections(const char* path, std::list<CSect>& sections);
 
-/// Reads the section header table. Gives back its number of entries; ends the run if the entries
-/// have a strange size or the file ends before the table does.
+/// Reads the section header table. Gives back its number of entries; ends the run if an entry does
+/// not have 40 bytes or the file ends before the table does.
 int read_sechdrs(int fd, const Ehdr* hdr, std::vector<Shdr>& shdrs);
 
 /// Reads the name of every section header; a name ends at a zero byte or with the file. Gives

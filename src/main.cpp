@@ -30,7 +30,7 @@ struct settings {
 };
 
 [[noreturn]] void print_version() {
-    printf("v.%s %s\n", "2.09", "14/08/2013");
+    puts("v.2.09 14/08/2013");
     exit(EXIT_SUCCESS);
 }
 
@@ -42,54 +42,57 @@ bool parse_gap(const char* text, const char* program) {
 
 settings parse_options(int argc, char* argv[]) {
     const char* program = argc > 0 ? argv[0] : "bankimg";
-    settings set;
+    settings opts;
     unsetenv("POSIXLY_CORRECT");  // options may follow the ELF file name, whatever it says
     for (int letter = 0; (letter = getopt(argc, argv, "bc:C:g:hnpPvwz")) != -1;) {
         switch (letter) {
-            case 'b': set.banks_only = true; break;
-            case 'C': set.new_cfg = true; [[fallthrough]];
-            case 'c': set.cfg_files.emplace_back(optarg); break;
-            case 'g': set.gap = parse_gap(optarg, program); break;
-            case 'n': set.complex_name = true; break;
-            case 'p': set.print_sect = true; break;
-            case 'P': set.print_full = true; break;
+            case 'b': opts.banks_only = true; break;
+            case 'C': opts.new_cfg = true; [[fallthrough]];
+            case 'c': opts.cfg_files.emplace_back(optarg); break;
+            case 'g': opts.gap = parse_gap(optarg, program); break;
+            case 'n': opts.complex_name = true; break;
+            case 'p': opts.print_sect = true; break;
+            case 'P': opts.print_full = true; break;
             case 'v': print_version();
-            case 'w': set.write_sect = true; break;
-            case 'z': set.zstart = true; break;
+            case 'w': opts.write_sect = true; break;
+            case 'z': opts.zstart = true; break;
             default: usage(program);
         }
     }
     if (argc <= 1) usage(program);
-    if (optind < argc) set.elf_path = argv[optind];
-    return set;
+    if (optind < argc) opts.elf_path = argv[optind];
+    return opts;
 }
 
-void set_flags(CBank& bank, const settings& set) {
-    bank.gap_fill = set.gap;
+void set_flags(CBank& bank, const settings& opts) {
+    bank.gap_fill = opts.gap;
     bank.zero_fill = true;
-    if (set.zstart) bank.zero_start = true;
+    if (opts.zstart) bank.zero_start = true;
 }
 
-void run(const settings& set) {
+void run(const settings& opts) {
     std::vector<CBank> banks;
     std::list<CSect> sections;
 
     set_banks(banks, banks_name, ranges);
-    if (set.new_cfg) banks.clear();
-    for (const std::string& file : set.cfg_files) cfg2banks(banks, file.c_str());
-    if (set.banks_only) return print_banks(banks);
+    if (opts.new_cfg) banks.clear();
+    for (const std::string& file : opts.cfg_files) cfg2banks(banks, file.c_str());
+    if (opts.banks_only) {
+        print_banks(banks);
+        return;
+    }
 
-    if (set.elf_path == nullptr) usage("bankimg");
-    if (!is_elf(set.elf_path)) oops("is not ELF file");
-    read_sections(set.elf_path, sections);
-    if (set.print_sect) print_sections(sections);
-    if (set.write_sect) {
+    if (opts.elf_path == nullptr) usage("bankimg");
+    if (!is_elf(opts.elf_path)) oops("is not ELF file");
+    read_sections(opts.elf_path, sections);
+    if (opts.print_sect) print_sections(sections);
+    if (opts.write_sect) {
         for (const CSect& sect : sections) sect.writev();
     }
     sec2banks(banks, sections);
-    for (CBank& bank : banks) set_flags(bank, set);
-    if (set.complex_name) setelfname(banks, set.elf_path);
-    if (set.print_full) full_print(banks);
+    for (CBank& bank : banks) set_flags(bank, opts);
+    if (opts.complex_name) setelfname(banks, opts.elf_path);
+    if (opts.print_full) full_print(banks);
     write_banks(banks);
 }
 

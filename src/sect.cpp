@@ -4,8 +4,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <cstring>
 
 size_t read_at(int fd, uint64_t pos, void* buf, size_t len) {
     if (lseek(fd, static_cast<off_t>(pos), SEEK_SET) < 0) return 0;
@@ -51,7 +51,7 @@ void CSect::readv(int fd) {
     if (hdr.sh_type != SHT_NOBITS) {
         delivered = read_at(fd, hdr.sh_offset, data.data(), data.size());
     }
-    memset(data.data() + delivered, 0, data.size() - delivered);
+    std::fill(data.data() + delivered, data.data() + data.size(), 0);
 }
 
 void CSect::writev() const {

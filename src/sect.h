@@ -1,6 +1,6 @@
 // A section: a named block of bytes at a target address, taken from the ELF file. Every later
-// step of a run works on these records. Here too are the two functions through which a run
-// reads its ELF file and writes its output files.
+// step of a run works on these records. Here too are the functions through which a run reads its
+// ELF file and writes its output files.
 #pragma once
 
 #include <cstddef>
@@ -19,21 +19,21 @@ size_t read_at(int fd, uint64_t pos, void* buf, size_t len);
 /// Writes `len` bytes, however the system splits them. What the system refuses is lost unnoticed.
 void write_all(int fd, const char* buf, size_t len);
 
-/// Writes `len` bytes to the file `path`, made readable and writable by its owner only if it is
-/// new and emptied first if it is not. A file that cannot be opened is passed over.
+/// Writes `len` bytes to the file `path`. A new file gets mode 0600, an old one is emptied first;
+/// one that cannot be opened is passed over.
 void write_buf(const char* path, const char* buf, int len);
 
-/// Hands out bytes without clearing them first: most are about to be read from the file, and
-/// clearing hundreds of megabytes takes as long as reading them.
-struct uncleared_bytes : std::allocator<char> {
-    template <class T>
+/// Hands out memory without clearing it: most is about to be read from the file, and clearing
+/// hundreds of megabytes takes as long as reading them.
+template <class T>
+struct uncleared : std::allocator<T> {
+    template <class U>
     struct rebind {
-        using other = uncleared_bytes;
+        using other = uncleared<U>;
     };
-    template <class T>
     void construct(T*) noexcept {}
 };
-using byte_vector = std::vector<char, uncleared_bytes>;
+using byte_vector = std::vector<char, uncleared<char>>;
 
 /// One section and its bytes. A value: a copy has bytes of its own.
 struct CSect {

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+/// A string with the operations that the configuration reader needs.
 class xstring : public std::string {
 public:
     using std::string::string;
