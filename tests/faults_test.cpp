@@ -1,8 +1,12 @@
 // What happens when memory, disk or permissions run out, and at the sizes a file can claim.
 #include <gtest/gtest.h>
+#include <sys/time.h>
+
+#include <csignal>
 
 #include "elf_file.h"
 #include "run.h"
+#include "sect.h"
 
 namespace {
 
@@ -57,9 +61,26 @@ TEST(faults, largest_counts_and_offsets) {
     EXPECT_EQ(run_elf("-p", elf).out, "[name] 18440000 18440003 (4,0x4)\n");
 }
 
+TEST(faults, interrupted_writes_are_continued) {
+    struct sigaction action = {};
+    action.sa_handler = [](int) {};  // without SA_RESTART
+    sigaction(SIGALRM, &action, nullptr);
+    const itimerval every_millisecond{{0, 1000}, {0, 1000}}, never{};
+    const std::string bytes = ascending(1 << 20), name = testing::TempDir() + "received";
+    FILE* receiver = popen(("sleep 0.05; cat >" + name).c_str(), "w");
+    setitimer(ITIMER_REAL, &every_millisecond, nullptr);
+    write_all(fileno(receiver), bytes.data(), bytes.size());
+    setitimer(ITIMER_REAL, &never, nullptr);
+    pclose(receiver);
+    EXPECT_TRUE(run("cat " + name).out == bytes);
+}
+
 TEST(faults, large_bank_files) {
-    EXPECT_EQ(run("bankimg -C a -b", {{"a", std::string(1000000, 'x')}}).status, 1);
-    EXPECT_EQ(terminal("seq 10000 29999 | sed 's/.*/bank& &000 &fff/' >a; bankimg -bCa | wc -l"),
+    EXPECT_EQ(terminal("bankimg -C a -b", {{"a", std::string(1000000, 'x')}}),
+              std::string(1023, 'x') + "\nBad cfg format\nexit 1\n");
+    // At most one second of processor time.
+    EXPECT_EQ(terminal("seq 10000 29999 | sed 's/.*/bank& &000 &fff/' >a; ulimit -t 1;"
+                       "bankimg -bCa | wc -l"),
               "20000\n");
 }
 

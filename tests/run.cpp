@@ -39,8 +39,8 @@ outcome run(const std::string& command, const file_map& inputs) {
     for (const auto& [name, content] : inputs) {
         std::ofstream(work / name, std::ios::binary) << content;
     }
-    const std::string script = "cd " + work.string() +
-                               " && PATH='" BANKIMG_DIR "':\"$PATH\" && {\n" + command +
+    const std::string script = "cd '" + work.string() +
+                               "' && PATH='" BANKIMG_DIR "':\"$PATH\" && {\n" + command +
                                "\n} >../out 2>../err";
     const int status = std::system(script.c_str());
     const outcome got{WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status),
