@@ -107,9 +107,7 @@ void image::go_to(uint32_t addr, bool gap_fill) {
     const uint32_t next_block = (line & ~(block_size - 1)) + block_size;
     if (addr < next_block) return;
     if (begun) end_line();
-    if (gap_fill && addr >= next_block + block_size) {
-        fill_gap(next_block, static_cast<int32_t>((addr - next_block) / block_size));
-    }
+    if (gap_fill) fill_gap(next_block, static_cast<int32_t>((addr - next_block) / block_size));
 }
 
 void image::finish() {

@@ -66,6 +66,8 @@ TEST(images, overlapping_sections_are_written_in_bank_order) {
     // B begins inside A and stands before it; its line is still open when A's bytes come.
     EXPECT_EQ(pram0("", {{"A", 0x18440000, ascending(10)}, {"B", 0x18440008, ascending(4, 0xa0)}}),
               "03020100 07060504 a3a20908 00000000 //18440008\n");
+    EXPECT_EQ(pram0("", {{"A", 0x18440000, ascending(16)}, {"B", 0x18440008, ascending(4, 0xa0)}}),
+              "03020100 07060504 0b0a0908 0f0e0d0c //18440008\n");
     // Where B's line is complete it stays as it is, and A's line has the same address.
     EXPECT_EQ(pram0("", {{"A", 0x18440000, a_bytes}, {"B", 0x18440000, ascending(16, 0xa0)}}),
               "a3a2a1a0 a7a6a5a4 abaaa9a8 afaeadac //18440000\n"
