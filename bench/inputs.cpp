@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr uint32_t MiB = 1 << 20;
+constexpr size_t MiB = 1 << 20;
 
 std::string random_bytes(size_t count) {
     static std::mt19937 random(1);
@@ -44,6 +44,6 @@ int main() {
     write("firmware.elf", {{".text", 0x18440000, random_bytes(40000)},
                            {".data", 0x18400000, random_bytes(12000)},
                            {".boot", 0x1fc00000, random_bytes(1000)}});
-    write("gap.elf", {{".a", 0, random_bytes(16)}, {".b", 64 * MiB, random_bytes(16)}});
-    write("start.elf", {{".b", 64 * MiB, random_bytes(16)}});
+    write("gap.elf", {{".a", 0, random_bytes(16)}, {".b", 64 << 20, random_bytes(16)}});
+    write("start.elf", {{".b", 64 << 20, random_bytes(16)}});
 }

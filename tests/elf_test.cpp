@@ -56,22 +56,19 @@ TEST(elf, bytes_and_names_may_end_with_the_file) {
 
 TEST(elf, damaged_headers_are_refused) {
     const std::string elf = elf_file({{".text", 0x100, "code"}});
+    const auto with = [&](size_t field, uint16_t value) { return patched(elf, field, value); };
     const std::pair<std::string, std::string> cases[] = {
         {elf.substr(0, 51), "ELF header is cut short"},
-        {patched<uint16_t>(elf, offsetof(Ehdr, e_shentsize), 64),
-         "ELF section header size is not 40"},
+        {with(offsetof(Ehdr, e_shentsize), 64), "ELF section header size is not 40"},
         {elf.substr(0, elf.size() - 20), "ELF section header table is cut short"},
-        {patched<uint32_t>(elf, offsetof(Ehdr, e_shoff), ~0U),
-         "ELF section header table is cut short"},
-        {patched<uint16_t>(elf, offsetof(Ehdr, e_shstrndx), 3),
-         "ELF section name index is out of range"},
+        {with(offsetof(Ehdr, e_shoff) + 2, 0xffff), "ELF section header table is cut short"},
+        {with(offsetof(Ehdr, e_shstrndx), 3), "ELF section name index is out of range"},
         {elf_file({{"big", 0, "", SHF_ALLOC, SHT_NOBITS, 1U << 31}}), "Section big is too large"},
     };
     for (const auto& [file, message] : cases) {
         EXPECT_EQ(terminal("bankimg a", {{"a", file}}), message + "\nexit 1\n");
     }
-    EXPECT_EQ(terminal("bankimg a", {{"a", patched<uint16_t>(elf, offsetof(Ehdr, e_shnum), 0)}}),
-              "");
+    EXPECT_EQ(terminal("bankimg a", {{"a", with(offsetof(Ehdr, e_shnum), 0)}}), "");
 }
 
 }  // namespace

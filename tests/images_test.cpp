@@ -28,7 +28,7 @@ TEST(images, gap_between_sections) {
         "a3a2a1a0 a7a6a5a4 00000000 00000000 //18440060\n";
     EXPECT_EQ(pram0("", sections), filled);
     for (const char* off : {"-g 0", "-g x", "-g 4294967296", "-g 1 -g -0"}) {
-        EXPECT_EQ(pram0(off, sections), filled.substr(0, 2 * 47) + filled.substr(4 * 47)) << off;
+        EXPECT_EQ(pram0(off, sections), filled.substr(0, 94) + filled.substr(188)) << off;
     }
     EXPECT_EQ(pram0("-g 0 -g 4294967297", sections), filled);
     EXPECT_EQ(pram0("-z", sections),

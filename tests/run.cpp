@@ -43,9 +43,9 @@ outcome run(const std::string& command, const file_map& inputs) {
                                "' && PATH='" BANKIMG_DIR "':\"$PATH\" && {\n" + command +
                                "\n} >../out 2>../err";
     const int status = std::system(script.c_str());
-    const outcome got{WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status),
-                      read_file(scratch / "out"), read_file(scratch / "err"),
-                      changed_files(work, inputs)};
+    outcome got{WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status),
+                read_file(scratch / "out"), read_file(scratch / "err"),
+                changed_files(work, inputs)};
     fs::remove_all(scratch);
     return got;
 }
