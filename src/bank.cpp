@@ -129,7 +129,7 @@ void image::put_block(uint32_t addr, const char* bytes) {
     char* to = text + used;
     for (uint32_t word : words) {
         put_word(to, word);
-        to += 9;
+        to += 9;  // eight digits and a blank
     }
     end_line();
 }
