@@ -1,6 +1,7 @@
 // What happens when memory, disk or permissions run out, and at the sizes a file can claim.
 #include <gtest/gtest.h>
 #include <sys/time.h>
+#include <unistd.h>
 
 #include <csignal>
 
@@ -66,13 +67,14 @@ TEST(faults, interrupted_writes_are_continued) {
     action.sa_handler = [](int) {};  // without SA_RESTART
     sigaction(SIGALRM, &action, nullptr);
     const itimerval every_millisecond{{0, 1000}, {0, 1000}}, never{};
-    const std::string bytes = ascending(1 << 20), name = testing::TempDir() + "received";
+    const std::string bytes = ascending(1 << 20);
+    const std::string name = testing::TempDir() + "bankimg-received-" + std::to_string(getpid());
     FILE* receiver = popen(("sleep 0.05; cat >" + name).c_str(), "w");
     setitimer(ITIMER_REAL, &every_millisecond, nullptr);
     write_all(fileno(receiver), bytes.data(), bytes.size());
     setitimer(ITIMER_REAL, &never, nullptr);
     pclose(receiver);
-    EXPECT_TRUE(run("cat " + name).out == bytes);
+    EXPECT_TRUE(run("cat " + name + "; rm " + name).out == bytes);
 }
 
 TEST(faults, large_bank_files) {
