@@ -307,10 +307,9 @@ size_t find_bank(const std::vector<CBank>& banks, CSect& sect) {
         if (banks[i].in_bank(sect.hdr.sh_addr, sect.bank_base)) return i;
     }
     print_banks(banks);
-    fflush(stdout);
-    fprintf(stderr, "Section %s 0x%08x 0x%08x can't add to banks\n", sect.name.c_str(),
-            sect.hdr.sh_addr, sect.last());
-    exit(EXIT_FAILURE);
+    char span[sizeof " 0x00000000 0x00000000"];
+    snprintf(span, sizeof span, " 0x%08x 0x%08x", sect.hdr.sh_addr, sect.last());
+    oops(("Section " + sect.name + span + " can't add to banks").c_str());
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The usage text, and the one place where an error message leaves the program.
+// The usage text, and the one place from which messages go to stderr.
 #include "report.h"
 
 #include <cstdio>
