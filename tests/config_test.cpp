@@ -12,7 +12,7 @@ std::string list_banks(const std::string& config) {
     return terminal("bankimg -C a.cfg -b", {{"a.cfg", config}});
 }
 
-TEST(config, a_bank_a_line) {
+TEST(config, one_bank_per_line) {
     EXPECT_EQ(list_banks("# comment only\n"
                          "\n"
                          " \t \n"
