@@ -1,37 +1,37 @@
-# What `cmake --install` puts where, and the packages that CPack makes of it.
+# What `cmake --install` puts where, and the package that CPack makes of it.
 include(GNUInstallDirs)
-set(BANKIMG_ZSH_COMPLETIONS share/zsh/site-functions CACHE STRING
-  "Folder for the zsh completion, below the prefix")
+set(BANKIMG_ZSH_COMPLETIONS ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING
+  "Directory for the zsh completion, below the prefix")
 
-function(compressed file)
+install(TARGETS bankimg RUNTIME)
+install(FILES doc/bankimg.bash
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME bankimg)
+install(FILES doc/_bankimg DESTINATION ${BANKIMG_ZSH_COMPLETIONS})
+
+# The README and what it links to.
+install(FILES README.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES doc/banks.svg DESTINATION ${CMAKE_INSTALL_DOCDIR}/doc)
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} USE_SOURCE_PERMISSIONS)
+
+# A Debian package has its manual page and its changelog compressed.
+option(BANKIMG_DEBIAN "Install what a Debian package needs" OFF)
+function(install_compressed file directory)
   get_filename_component(name ${file} NAME)
   add_custom_command(OUTPUT ${name}.gz
     COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/${file} > ${name}.gz
     DEPENDS ${PROJECT_SOURCE_DIR}/${file}
     VERBATIM)
+  add_custom_target(compress_${name} ALL DEPENDS ${name}.gz)
+  install(FILES ${PROJECT_BINARY_DIR}/${name}.gz DESTINATION ${directory})
 endfunction()
-compressed(doc/bankimg.1)
-compressed(packaging/changelog)
-add_custom_target(documents ALL DEPENDS bankimg.1.gz changelog.gz)
-
-install(TARGETS bankimg RUNTIME)
-install(FILES ${PROJECT_BINARY_DIR}/bankimg.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-install(FILES doc/bankimg.bash DESTINATION share/bash-completion/completions RENAME bankimg)
-install(FILES doc/_bankimg DESTINATION ${BANKIMG_ZSH_COMPLETIONS})
-install(FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(FILES doc/banks.svg DESTINATION ${CMAKE_INSTALL_DOCDIR}/doc)
-install(FILES examples/banks.cfg DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
-
-# A Debian package has other papers than an installation by hand.
-option(BANKIMG_DEBIAN "Install what a Debian package needs" OFF)
 if(BANKIMG_DEBIAN)
-  install(FILES packaging/copyright ${PROJECT_BINARY_DIR}/changelog.gz
-    DESTINATION ${CMAKE_INSTALL_DOCDIR})
-  if(BANKIMG_STATIC)
-    install(FILES packaging/lintian-overrides DESTINATION share/lintian/overrides RENAME bankimg)
-  endif()
+  install_compressed(doc/bankimg.1 ${CMAKE_INSTALL_MANDIR}/man1)
+  install_compressed(packaging/changelog ${CMAKE_INSTALL_DOCDIR})
+  install(FILES packaging/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR})
+  install(FILES packaging/lintian-overrides
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides RENAME bankimg)
 else()
-  install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+  install(FILES doc/bankimg.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 endif()
 
 set(CPACK_PACKAGE_NAME bankimg)
@@ -41,10 +41,6 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "split the sections of an ELF executable i
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-
-set(CPACK_SOURCE_GENERATOR TGZ)
-set(CPACK_SOURCE_PACKAGE_FILE_NAME bankimg-${PROJECT_VERSION})
-set(CPACK_SOURCE_IGNORE_FILES "/\\\\.git/" "^${PROJECT_SOURCE_DIR}/build/")
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION electronics)

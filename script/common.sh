@@ -1,7 +1,11 @@
 # shellcheck shell=sh
-# Shared by the scripts beside it: sourced, not run.
-# Moves to the top of the sources and offers `say` and `need`.
+# Shared by the scripts beside it: sourced, not run. Answers --help with the comment at the top of
+# the script, moves to the top of the sources, and offers `say`, `need` and `build_preset`.
 set -eu
+if [ "${1:-}" = --help ]; then
+    sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$0"
+    exit
+fi
 cd "$(dirname "$0")/.."
 
 say() { printf '%s: %s\n' "$(basename "$0")" "$*"; }
