@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -16,15 +17,11 @@ struct elf_section {
     uint32_t size = 0;  // taken from `data` if 0
 };
 
-/// Gives back an ELF file that holds header 0, `sections`, and the section of their names; the
-/// parts lie in the order file header, section bytes, section header table, names.
-std::string elf_file(const std::vector<elf_section>& sections);
+/// Returns an ELF file that holds header 0, `sections`, and the section of their names; the parts
+/// lie in the order file header, section bytes, section header table, names. `damage` may change
+/// the headers.
+std::string elf_file(const std::vector<elf_section>& sections,
+                     const std::function<void(Ehdr&, Shdr*)>& damage = nullptr);
 
-/// Gives back `count` bytes that ascend from `first`: 00 01 02 and so on.
+/// Returns `count` bytes that ascend from `first`: 00 01 02 and so on.
 std::string ascending(size_t count, size_t first = 0);
-
-/// Overwrites the bytes of `file` from `offset` on with those of `value`.
-template <class T>
-std::string patched(std::string file, size_t offset, T value) {
-    return file.replace(offset, sizeof value, reinterpret_cast<const char*>(&value), sizeof value);
-}

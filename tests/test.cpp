@@ -1,0 +1,33 @@
+// A scratch directory and a shell in it.
+#include "test.h"
+
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace fs = std::filesystem;
+
+std::string terminal(const std::string& command, const file_map& inputs) {
+    std::string scratch = (fs::temp_directory_path() / "bankimg-test-XXXXXX").string();
+    if (mkdtemp(scratch.data()) == nullptr) abort();
+    for (const auto& [name, content] : inputs) std::ofstream(scratch + "/" + name) << content;
+    const std::string script =
+        "cd '" + scratch + "' && PATH='" BANKIMG_DIR "':\"$PATH\" && {\n" + command + "\n} 2>&1";
+    FILE* shell = popen(script.c_str(), "r");
+    std::string shown;
+    for (int c = 0; (c = getc(shell)) != EOF;) shown += static_cast<char>(c);
+    const int status = pclose(shell);
+    fs::remove_all(scratch);
+    return shown + (status == 0 ? "" : "exit " + std::to_string(WEXITSTATUS(status)) + "\n");
+}
+
+std::string readme_block(const std::string& start) {
+    std::ifstream file(README);
+    const std::string readme(std::istreambuf_iterator<char>(file), {}), fence = "```";
+    const size_t from = readme.find(fence + "text\n" + start) + fence.size() + sizeof "text";
+    return readme.substr(from, readme.find(fence, from) - from);
+}

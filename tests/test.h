@@ -1,0 +1,18 @@
+// What every test needs. Tests run the built program the way a user does: a shell command in a
+// directory of its own.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+#include "elf_file.h"
+
+using file_map = std::map<std::string, std::string>;  // name to content
+
+/// Runs `command` with sh in a new directory that holds `inputs`; "bankimg" in it is the built one.
+/// Returns what a terminal shows: both streams, then "exit N" if N is not 0.
+std::string terminal(const std::string& command, const file_map& inputs = {});
+
+/// Returns the block of the README's example text that begins with `start`.
+std::string readme_block(const std::string& start);
