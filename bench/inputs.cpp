@@ -1,4 +1,4 @@
-// Writes the ELF files that the benchmark runs on into the current folder. See README.md beside
+// Writes the ELF files that the benchmark runs on into the current directory. See README.md beside
 // this file for what each is for.
 #include <fstream>
 #include <random>

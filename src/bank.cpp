@@ -17,18 +17,14 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <utility>
 
 #include "report.h"
-
-namespace {
 
 // The top three bits of an address select how the core reaches the memory (cached or not, for
 // example), not which memory it reaches.
 constexpr uint32_t memory_mask = 0x1fffffff;
 
-// A line that has yet to get its bytes and its address: where it gets no byte, it shows zeros or
-// blanks.
+// A line before it gets its bytes and its address: where it gets no byte, it shows zeros or blanks.
 constexpr char zero[] = "00000000 00000000 00000000 00000000 //00000000\n";
 constexpr char space[] = "                                    //00000000\n";
 static_assert(sizeof zero == sizeof space);
@@ -38,6 +34,13 @@ constexpr uint32_t block_size = 16;  // bytes of the bank in a line
 
 // Where in a line the two digits of a byte go, by the low four bits of its address.
 constexpr int offset[block_size] = {6, 4, 2, 0, 15, 13, 11, 9, 24, 22, 20, 18, 33, 31, 29, 27};
+
+// Complete lines that have yet to be written, and the open one behind them. They stand apart from
+// `image` because a character may alias anything: with the lines inside the record, the compiler
+// would have to load the record's other fields anew behind each character that is put into them.
+static char lines[16384 * line_len];
+
+namespace {
 
 // The two hexadecimal digits of every byte value.
 struct digit_table {
@@ -49,76 +52,94 @@ struct digit_table {
         }
     }
 };
-constexpr digit_table digits;
+constexpr digit_table hex_digits;
 
-void put_digits(char* to, uint8_t byte) {
-    memcpy(to, digits.pair[byte], 2);
-}
-
-void put_word(char* to, uint32_t word) {
-    for (int shift = 24; shift >= 0; shift -= 8, to += 2) {
-        put_digits(to, static_cast<uint8_t>(word >> shift));
-    }
-}
-
-// Lines on their way to the image file, of which one is written at a time.
-char text[16384 * line_len];
-
-// An image file while it is written. Lines gather in `text` and leave for the file many at a
-// time; the line that is begun but not ended, if any, is the one behind them.
+// An image file while it is written. Lines gather in `lines` and leave for the file many at a time.
 struct image {
-    size_t used = 0;               // bytes of the lines that are ended
-    size_t room = 512 * line_len;  // bytes to gather; grows, so that a small image touches little
-    bool begun = false;
-    uint32_t line = 0;  // address of the line begun last
-    const char* blank;  // pattern of a line that a ragged end begins: zero or space
     int fd;
+    const char* blank;       // the line that a ragged end of a section begins with: zero or space
+    bool gap_fill;           // gaps become lines of zeros
+    uint32_t next_block;     // address of the block behind the last line
+    bool line_open = false;  // the last line has yet to be completed
+    size_t complete = 0;     // bytes of the complete lines in `lines`
+    size_t flush_at = 512 * line_len;  // grows, so that a small image touches little of `lines`
 
-    image(const std::string& path, bool zero_fill);
+    explicit image(const CBank& bank);
+    void put_zeros(uint32_t addr, uint32_t end);
     void put_section(const CSect& sect);
-    void go_to(uint32_t addr, bool gap_fill);
     void finish();
 
+    void go_to(uint32_t addr);
     void put_byte(uint32_t addr, char byte);
     void put_block(uint32_t addr, const char* bytes);
-    void fill_gap(uint32_t addr, int32_t count);
+    void put_zero_line(uint32_t addr);
     void begin_line(const char* pattern, uint32_t addr);
     void end_line();
     void flush();
 };
 
-image::image(const std::string& path, bool zero_fill)
-    : blank(zero_fill ? zero : space), fd(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666)) {
-    if (fd < 0) oops(("Can't open file " + path).c_str());
+}  // namespace
+
+static uint32_t block_of(uint32_t addr) {
+    return addr & ~(block_size - 1);
+}
+
+static void put_digits(char* to, uint8_t byte) {
+    memcpy(to, hex_digits.pair[byte], 2);
+}
+
+static void put_word(char* to, uint32_t word) {
+    for (int shift = 24; shift >= 0; shift -= 8, to += 2) {
+        put_digits(to, static_cast<uint8_t>(word >> shift));
+    }
+}
+
+image::image(const CBank& bank)
+    : fd(open(bank.file_name().c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666)),
+      blank(bank.zero_fill ? zero : space),
+      gap_fill(bank.gap_fill),
+      next_block(block_of(bank.sections.front().hdr.sh_addr)) {
+    if (fd < 0) oops("Can't open file " + bank.file_name());
+}
+
+// Zeros in front of the first section: those in its block leave the line open for it.
+void image::put_zeros(uint32_t addr, uint32_t end) {
+    for (; addr != end && addr % block_size != 0; addr++) put_byte(addr, 0);
+    for (; end - addr >= block_size; addr += block_size) put_zero_line(addr);
+    for (; addr != end; addr++) put_byte(addr, 0);
 }
 
 void image::put_section(const CSect& sect) {
     uint32_t addr = sect.hdr.sh_addr;
     const char* at = sect.data.data();
-    const char* const end = at + sect.data.size();
-    while (at != end && (begun || addr % block_size != 0)) put_byte(addr++, *at++);
-    for (; end - at >= block_size; addr += block_size, at += block_size) put_block(addr, at);
-    while (at != end) put_byte(addr++, *at++);
-}
-
-// Gets ready for a section at `addr`, behind another one: a section that begins in the block of
-// the last line goes on in that line, any other ends it and leaves a gap.
-void image::go_to(uint32_t addr, bool gap_fill) {
-    const uint32_t next_block = (line & ~(block_size - 1)) + block_size;
-    if (addr < next_block) return;
-    if (begun) end_line();
-    if (gap_fill) fill_gap(next_block, static_cast<int32_t>((addr - next_block) / block_size));
+    size_t left = sect.data.size();
+    go_to(addr);
+    // A section that overlaps another may meet an open line at the first byte of a block.
+    for (; left > 0 && (line_open || addr % block_size != 0); left--) put_byte(addr++, *at++);
+    for (; left >= block_size; left -= block_size, addr += block_size, at += block_size) {
+        put_block(addr, at);
+    }
+    for (; left > 0; left--) put_byte(addr++, *at++);
 }
 
 void image::finish() {
-    if (begun) end_line();
+    if (line_open) end_line();
     flush();
     close(fd);
 }
 
+// Gets ready for a section at `addr`. One that begins in the block of the last line, or overlaps
+// what came before, goes on there; any other one ends that line and leaves a gap.
+void image::go_to(uint32_t addr) {
+    if (addr < next_block) return;
+    if (line_open) end_line();
+    if (!gap_fill) return;
+    while (next_block != block_of(addr)) put_zero_line(next_block);
+}
+
 void image::put_byte(uint32_t addr, char byte) {
-    if (!begun) begin_line(blank, addr);
-    put_digits(text + used + offset[addr % block_size], static_cast<uint8_t>(byte));
+    if (!line_open) begin_line(blank, addr);
+    put_digits(lines + complete + offset[addr % block_size], static_cast<uint8_t>(byte));
     if (addr % block_size == block_size - 1) end_line();
 }
 
@@ -126,7 +147,7 @@ void image::put_block(uint32_t addr, const char* bytes) {
     begin_line(zero, addr);
     uint32_t words[4];
     memcpy(words, bytes, sizeof words);
-    char* to = text + used;
+    char* to = lines + complete;
     for (uint32_t word : words) {
         put_word(to, word);
         to += 9;  // eight digits and a blank
@@ -134,50 +155,47 @@ void image::put_block(uint32_t addr, const char* bytes) {
     end_line();
 }
 
-void image::fill_gap(uint32_t addr, int32_t count) {
-    for (; count > 0; count--, addr += block_size) {
-        begin_line(zero, addr);
-        end_line();
-    }
+void image::put_zero_line(uint32_t addr) {
+    begin_line(zero, addr);
+    end_line();
 }
 
 // Begins a line with all of its characters: the pattern's stand where bytes are to come.
 inline void image::begin_line(const char* pattern, uint32_t addr) {
-    if (used == room) flush();
-    char* const to = text + used;
+    if (complete == flush_at) flush();
+    char* const to = lines + complete;
     memcpy(to, pattern, line_len);
     put_word(to + address_pos, addr);
-    line = addr;
-    begun = true;
+    next_block = block_of(addr) + block_size;
+    line_open = true;
 }
 
 void image::end_line() {
-    used += line_len;
-    begun = false;
+    complete += line_len;
+    line_open = false;
 }
 
 void image::flush() {
-    write_all(fd, text, used);
-    used = 0;
-    room = std::min(2 * room, sizeof text);
+    write_all(fd, lines, complete);
+    complete = 0;
+    flush_at = std::min(2 * flush_at, sizeof lines);
 }
 
-}  // namespace
-
-bool CBank::in_bank(uint32_t addr, uint32_t& base) const {
+bool CBank::in_bank(uint32_t addr) const {
     const uint32_t masked = addr & memory_mask;
-    if (masked < (start & memory_mask) || masked > (end & memory_mask)) return false;
-    base = start & memory_mask;
-    return true;
+    return masked >= (start & memory_mask) && masked <= (end & memory_mask);
 }
 
 bool CBank::overlap(const CBank& other) const {
     return start <= other.end && other.start <= end;
 }
 
-std::list<CSect>::iterator CBank::place(std::list<CSect>::iterator from, uint32_t addr) {
-    while (from != sections.end() && from->last() < addr) ++from;
-    return from;
+std::list<CSect>::iterator CBank::insert(std::list<CSect>::iterator from,
+                                         std::list<CSect>& arriving) {
+    const auto sect = arriving.begin();
+    while (from != sections.end() && from->last() < sect->hdr.sh_addr) ++from;
+    sections.splice(from, arriving, sect);
+    return sect;
 }
 
 void CBank::print() const {
@@ -191,24 +209,13 @@ std::string CBank::file_name() const {
     return prefix + "_" + elfname + (suffix.empty() ? "" : "_" + suffix) + ".dat";
 }
 
-void CBank::write() {
+void CBank::write() const {
     if (sections.empty()) return;
-    // The zeros come first: should memory run out here, the image of an earlier run survives.
-    if (zero_start) add_zero_start();
-    image out(file_name(), zero_fill);
-    for (const CSect& sect : sections) {
-        if (&sect != &sections.front()) out.go_to(sect.hdr.sh_addr, gap_fill);
-        out.put_section(sect);
+    image out(*this);
+    if (zero_start) {
+        const uint32_t first = sections.front().hdr.sh_addr;
+        out.put_zeros((start & memory_mask) | (first & ~memory_mask), first);
     }
+    for (const CSect& sect : sections) out.put_section(sect);
     out.finish();
-}
-
-void CBank::add_zero_start() {
-    const CSect& first = sections.front();
-    const uint32_t first_addr = first.hdr.sh_addr & memory_mask;
-    if (first.bank_base >= first_addr) return;
-    CSect zeros;
-    zeros.fill_zero(first.bank_base | (first.hdr.sh_addr & ~memory_mask),
-                    first_addr - first.bank_base);
-    sections.push_front(std::move(zeros));
 }

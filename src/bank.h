@@ -22,29 +22,25 @@ struct CBank {
     bool gap_fill = false;    // whole lines that no section covers are written too
     bool zero_start = false;  // the image begins at the bank's start
 
-    /// Tells whether `addr` lies in the bank when the top three bits of addresses are ignored;
-    /// if so, `base` becomes the bank's start without them.
-    bool in_bank(uint32_t addr, uint32_t& base) const;
+    /// Tells whether `addr` lies in the bank when the top three bits of addresses are ignored.
+    bool in_bank(uint32_t addr) const;
 
     /// Tells whether the two ranges, all bits counted, share an address.
     bool overlap(const CBank& other) const;
 
-    /// Gives back the place of a section that begins at `addr`: before the first section, from
-    /// `from` on, whose last address reaches `addr`.
-    std::list<CSect>::iterator place(std::list<CSect>::iterator from, uint32_t addr);
+    /// Moves the first of `arriving` in front of the first section, from `from` on, whose last
+    /// address reaches it. Returns where the walk for the next one, which must not begin at a
+    /// lower address, may begin.
+    std::list<CSect>::iterator insert(std::list<CSect>::iterator from, std::list<CSect>& arriving);
 
     /// Prints the bank's listing line on stdout.
     void print() const;
 
-    /// Gives back the image's file name: `prefix`, `elfname` and `suffix` joined by "_", with
-    /// ".dat" appended, or `name` if one of the first two is empty.
+    /// Returns the image's file name: `prefix`, `elfname` and `suffix` joined by "_", with ".dat"
+    /// appended, or `name` if one of the first two is empty.
     std::string file_name() const;
 
-    /// Writes the image file, unless the bank holds no section; under `zero_start` first puts a
-    /// section of zeros in front of `sections`. Ends the run if the file cannot be created.
-    void write();
-
-    /// Puts a section of zeros in front of `sections`, of which there is one at least, if the
-    /// first does not begin at the bank's start.
-    void add_zero_start();
+    /// Writes the image file, unless the bank holds no section. Ends the run if the file cannot be
+    /// created.
+    void write() const;
 };

@@ -8,9 +8,6 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
-#include <map>
-#include <set>
 #include <utility>
 
 #include "report.h"
@@ -55,14 +52,10 @@ void set_banks(std::vector<CBank>& banks, const char* const* names, const uint32
     }
 }
 
-namespace {
-
-void print_bank(const std::vector<CBank>& banks, size_t index) {
+static void print_bank(const std::vector<CBank>& banks, size_t index) {
     printf("[%zu]: ", index);
     banks[index].print();
 }
-
-}  // namespace
 
 void print_banks(const std::vector<CBank>& banks) {
     for (size_t i = 0; i < banks.size(); i++) print_bank(banks, i);
@@ -70,53 +63,21 @@ void print_banks(const std::vector<CBank>& banks) {
 
 // Configuration files: one bank per line. A new bank is tested against all that are listed already.
 
-namespace {
-
-[[noreturn]] void cant_open(const char* path) {
-    printf("Can't open file %s\n", path);
-    exit(EXIT_FAILURE);
-}
-
 // The line that is being parsed, with its comment and its outer blanks.
-std::string current;
+static std::string current;
 
 // Reports an error in the current line and ends the run.
-[[noreturn]] void oops2(const char* message) {
-    oops((current + "\n" + message).c_str());
+[[noreturn]] static void oops2(const char* message) {
+    oops(current + "\n" + message);
 }
 
-struct no_case_less {
-    bool operator()(const std::string& a, const std::string& b) const {
-        return strcasecmp(a.c_str(), b.c_str()) < 0;
-    }
-};
-
-// Finds the listed bank that a new one might clash with, so that a file of many banks takes no
-// comparison of each with each.
-struct bank_index {
-    std::set<std::string, no_case_less> names;
-    std::map<uint32_t, size_t> by_start;  // first address to place in the list
-
-    explicit bank_index(const std::vector<CBank>& banks) {
-        for (size_t i = 0; i < banks.size(); i++) add(banks[i], i);
-    }
-
-    void add(const CBank& bank, size_t i) {
-        names.insert(bank.name);
-        by_start[bank.start] = i;
-    }
-};
-
-// Tells whether `bank` shares neither name nor address with a listed bank.
-bool check_bank(const std::vector<CBank>& banks, const bank_index& index, const CBank& bank) {
-    if (index.names.count(bank.name) != 0) return false;
-    // Listed ranges are apart from one another: if any reaches into the new one, then the last
-    // of those that begin at or below its end.
-    const auto above = index.by_start.upper_bound(bank.end);
-    return above == index.by_start.begin() || !banks[std::prev(above)->second].overlap(bank);
+// The same for a bank that cannot join `banks`, which are listed first.
+[[noreturn]] static void refuse(const std::vector<CBank>& banks, const char* message) {
+    print_banks(banks);
+    oops2(message);
 }
 
-CBank parse_bank(const std::vector<std::string>& fields) {
+static CBank parse_bank(const std::vector<std::string>& fields) {
     if (fields.size() < 3) oops2("Bad cfg format");
     CBank bank;
     bank.name = fields[0];
@@ -127,12 +88,18 @@ CBank parse_bank(const std::vector<std::string>& fields) {
     return bank;
 }
 
-}  // namespace
+// Tells whether `bank` shares neither name nor address with a listed bank.
+static bool check_bank(const std::vector<CBank>& banks, const CBank& bank) {
+    for (const CBank& listed : banks) {
+        if (strcasecmp(listed.name.c_str(), bank.name.c_str()) == 0) return false;
+        if (listed.overlap(bank)) return false;
+    }
+    return true;
+}
 
 void cfg2banks(std::vector<CBank>& banks, const char* path) {
     FILE* file = fopen(path, "r");
     if (file == nullptr) cant_open(path);
-    bank_index index(banks);
     char buf[1024];
     xstring line;
     std::vector<std::string> fields;
@@ -141,30 +108,21 @@ void cfg2banks(std::vector<CBank>& banks, const char* path) {
         line.remove_crlf();
         current = line;
         line.remove_comments();
-        line.trim();
-        if (line.empty()) continue;
-        line.tokenize(fields);
+        if (!line.tokenize(fields)) continue;
         const CBank bank = parse_bank(fields);
-        if (bank.start >= bank.end) {
-            print_banks(banks);
-            oops2("Bad range");
-        }
-        if (!check_bank(banks, index, bank)) {
-            print_banks(banks);
-            oops2("Overlapped banks");
-        }
-        index.add(bank, banks.size());
+        if (bank.start >= bank.end) refuse(banks, "Bad range");
+        if (!check_bank(banks, bank)) refuse(banks, "Overlapped banks");
         banks.push_back(bank);
     }
-    if (ferror(file) != 0) oops(("Can't read file " + std::string(path)).c_str());
+    if (ferror(file) != 0) oops("Can't read file " + std::string(path));
     fclose(file);
 }
 
-uint32_t atox(const char* text) {
-    if (strncmp(text, "0x", 2) == 0) text += 2;
-    const size_t len = strlen(text);
-    if (len > 8 || strspn(text, "0123456789abcdefABCDEF") != len) oops2("Bad hex format");
-    return static_cast<uint32_t>(strtoul(text, nullptr, 16));
+uint32_t atox(const char* field) {
+    const char* digits = strncmp(field, "0x", 2) == 0 ? field + 2 : field;
+    const size_t len = strlen(digits);
+    if (len > 8 || strspn(digits, "0123456789abcdefABCDEF") != len) oops2("Bad hex format");
+    return static_cast<uint32_t>(strtoul(digits, nullptr, 16));
 }
 
 // The ELF file: header, section header table, names, bytes.
@@ -183,6 +141,16 @@ bool is_elf(const char* path) {
     return memcmp(hdr.e_ident + 1, "ELF", 3) == 0;
 }
 
+// A section is loaded if it is not empty, occupies target memory, and is not named like .bss, .sbss
+// or .stack.
+static bool is_loaded(const Shdr& shdr, const std::string& name) {
+    if (shdr.sh_size == 0 || (shdr.sh_flags & SHF_ALLOC) == 0) return false;
+    for (const char* left_out : {".bss", ".sbss", ".stack"}) {
+        if (name.find(left_out) != std::string::npos) return false;
+    }
+    return true;
+}
+
 void read_sections(const char* path, std::list<CSect>& sections) {
     sections.clear();
     const int fd = openb(path, O_RDONLY);
@@ -193,10 +161,10 @@ void read_sections(const char* path, std::list<CSect>& sections) {
     std::vector<std::string> names;
     read_sechdrs(fd, &hdr, shdrs);
     read_secnames(fd, &hdr, shdrs, names);
-    filter_sec(shdrs, names);
 
     for (size_t i = 0; i < shdrs.size(); i++) {
-        if (shdrs[i].sh_size > INT32_MAX) oops(("Section " + names[i] + " is too large").c_str());
+        if (!is_loaded(shdrs[i], names[i])) continue;
+        if (shdrs[i].sh_size > INT32_MAX) oops("Section " + names[i] + " is too large");
         CSect& sect = sections.emplace_back();
         sect.name = std::move(names[i]);
         sect.setfname();
@@ -207,15 +175,14 @@ void read_sections(const char* path, std::list<CSect>& sections) {
     sections.sort(sec_cmp);
 }
 
-int read_sechdrs(int fd, const Ehdr* hdr, std::vector<Shdr>& shdrs) {
+void read_sechdrs(int fd, const Ehdr* hdr, std::vector<Shdr>& shdrs) {
     shdrs.assign(hdr->e_shnum, Shdr{});
-    if (shdrs.empty()) return 0;
+    if (shdrs.empty()) return;
     if (hdr->e_shentsize != sizeof(Shdr)) oops("ELF section header size is not 40");
     const size_t len = shdrs.size() * sizeof(Shdr);
     if (read_at(fd, hdr->e_shoff, shdrs.data(), len) != len) {
         oops("ELF section header table is cut short");
     }
-    return hdr->e_shnum;
 }
 
 namespace {
@@ -228,7 +195,9 @@ struct name_block {
     char bytes[512] = {};
 };
 
-std::string read_name(int fd, name_block& block, uint64_t pos) {
+}  // namespace
+
+static std::string read_name(int fd, name_block& block, uint64_t pos) {
     std::string name;
     for (;;) {
         if (pos < block.pos || pos >= block.pos + block.len) {
@@ -236,7 +205,7 @@ std::string read_name(int fd, name_block& block, uint64_t pos) {
             block.len = read_at(fd, pos, block.bytes, sizeof block.bytes);
             if (block.len == 0) return name;
         }
-        const size_t skip = pos - block.pos;
+        const auto skip = static_cast<size_t>(pos - block.pos);
         const size_t len = strnlen(block.bytes + skip, block.len - skip);
         name.append(block.bytes + skip, len);
         if (skip + len < block.len) return name;
@@ -244,48 +213,18 @@ std::string read_name(int fd, name_block& block, uint64_t pos) {
     }
 }
 
-}  // namespace
-
-int read_secnames(int fd, const Ehdr* hdr, const std::vector<Shdr>& shdrs,
-                  std::vector<std::string>& names) {
+void read_secnames(int fd, const Ehdr* hdr, const std::vector<Shdr>& shdrs,
+                   std::vector<std::string>& names) {
     names.clear();
-    if (hdr->e_shnum == 0) return 0;
+    if (shdrs.empty()) return;
     if (hdr->e_shstrndx >= hdr->e_shnum) oops("ELF section name index is out of range");
     const uint32_t base = shdrs[hdr->e_shstrndx].sh_offset;
     name_block block;
-    names.reserve(shdrs.size());
     for (const Shdr& shdr : shdrs) {
+        // The format's offsets have 32 bits, and so has their sum: it wraps.
         const uint32_t pos = base + shdr.sh_name;
         names.push_back(read_name(fd, block, pos));
     }
-    return hdr->e_shnum;
-}
-
-namespace {
-
-bool is_loaded(const Shdr& shdr, const std::string& name) {
-    if (shdr.sh_size == 0 || (shdr.sh_flags & SHF_ALLOC) == 0) return false;
-    for (const char* left_out : {".bss", ".sbss", ".stack"}) {
-        if (name.find(left_out) != std::string::npos) return false;
-    }
-    return true;
-}
-
-}  // namespace
-
-int filter_sec(std::vector<Shdr>& shdrs, std::vector<std::string>& names) {
-    size_t kept = 0;
-    for (size_t i = 0; i < shdrs.size(); i++) {
-        if (!is_loaded(shdrs[i], names[i])) continue;
-        if (kept != i) {
-            shdrs[kept] = shdrs[i];
-            names[kept] = std::move(names[i]);
-        }
-        kept++;
-    }
-    shdrs.resize(kept);
-    names.resize(kept);
-    return static_cast<int>(kept);
 }
 
 bool sec_cmp(const CSect& a, const CSect& b) {
@@ -298,49 +237,39 @@ void print_sections(const std::list<CSect>& sections) {
 
 // Placement: every section goes into a bank.
 
-namespace {
-
-// Gives back the index of the first bank that takes `sect`, which receives that bank's base. Maps
-// have few banks: a plain search in list order will do.
-size_t find_bank(const std::vector<CBank>& banks, CSect& sect) {
+// Returns the index of the first bank that takes `sect`; ends the run, after listing the banks, if
+// none does. Maps have few banks: a plain search in list order will do.
+static size_t find_bank(const std::vector<CBank>& banks, const CSect& sect) {
     for (size_t i = 0; i < banks.size(); i++) {
-        if (banks[i].in_bank(sect.hdr.sh_addr, sect.bank_base)) return i;
+        if (banks[i].in_bank(sect.hdr.sh_addr)) return i;
     }
     print_banks(banks);
     char span[sizeof " 0x00000000 0x00000000"];
     snprintf(span, sizeof span, " 0x%08x 0x%08x", sect.hdr.sh_addr, sect.last());
-    oops(("Section " + sect.name + span + " can't add to banks").c_str());
+    oops("Section " + sect.name + span + " can't add to banks");
 }
-
-}  // namespace
 
 void sec2banks(std::vector<CBank>& banks, std::list<CSect>& sections) {
     // Sections arrive in ascending address order, so what one insertion walked past
     // stays behind every later one: each bank resumes where its last insertion ended.
     std::vector<std::list<CSect>::iterator> resume;
-    resume.reserve(banks.size());
     for (CBank& bank : banks) resume.push_back(bank.sections.begin());
 
     while (!sections.empty()) {
-        const auto sect = sections.begin();
-        const size_t i = find_bank(banks, *sect);
-        const auto place = banks[i].place(resume[i], sect->hdr.sh_addr);
-        banks[i].sections.splice(place, sections, sect);
-        resume[i] = sect;
+        const size_t i = find_bank(banks, sections.front());
+        resume[i] = banks[i].insert(resume[i], sections);
     }
 }
 
 // Output: names, listing, image files.
 
-void only_name(const std::string& path, std::string& result) {
-    const size_t slash = path.rfind('/');
-    result = slash == std::string::npos ? path : path.substr(slash + 1);
-    result = result.substr(0, result.find('.'));
+std::string only_name(const std::string& path) {
+    const std::string file = path.substr(path.rfind('/') + 1);  // npos + 1 is 0: all of it
+    return file.substr(0, file.find('.'));
 }
 
 void setelfname(std::vector<CBank>& banks, const std::string& elf_path) {
-    std::string elfname;
-    only_name(elf_path, elfname);
+    const std::string elfname = only_name(elf_path);
     for (CBank& bank : banks) bank.elfname = elfname;
 }
 
@@ -351,6 +280,6 @@ void full_print(const std::vector<CBank>& banks) {
     }
 }
 
-void write_banks(std::vector<CBank>& banks) {
-    for (CBank& bank : banks) bank.write();
+void write_banks(const std::vector<CBank>& banks) {
+    for (const CBank& bank : banks) bank.write();
 }

@@ -25,12 +25,12 @@ void print_banks(const std::vector<CBank>& banks);
 /// read, or at the first line that is no bank or whose bank cannot join the others.
 void cfg2banks(std::vector<CBank>& banks, const char* path);
 
-/// Gives back the value of a hexadecimal field: at most eight digits, behind "0x" or not; "0x"
+/// Returns the value of a hexadecimal field: at most eight digits, which "0x" may precede; "0x"
 /// alone is 0. Ends the run at any other text.
-uint32_t atox(const char* text);
+uint32_t atox(const char* field);
 
-/// Opens `path` with the flags of open(2) and gives back the descriptor. Ends the run, with the
-/// message on stdout, if the file cannot be opened.
+/// Opens `path` with the flags of open(2) and returns the descriptor. Ends the run if the file
+/// cannot be opened.
 int openb(const char* path, int flags);
 
 /// Tells whether bytes 1 to 3 of the file are "ELF". Ends the run if it cannot be opened.
@@ -40,18 +40,14 @@ bool is_elf(const char* path);
 /// order. Ends the run at a damaged header or a section of 2^31 bytes or more.
 void read_sections(const char* path, std::list<CSect>& sections);
 
-/// Reads the section header table. Gives back its number of entries; ends the run if an entry does
-/// not have 40 bytes or the file ends before the table does.
-int read_sechdrs(int fd, const Ehdr* hdr, std::vector<Shdr>& shdrs);
+/// Reads the section header table. Ends the run if an entry does not have 40 bytes or the file
+/// ends before the table does.
+void read_sechdrs(int fd, const Ehdr* hdr, std::vector<Shdr>& shdrs);
 
-/// Reads the name of every section header; a name ends at a zero byte or with the file. Gives
-/// back their number; ends the run if the index of the name section is out of range.
-int read_secnames(int fd, const Ehdr* hdr, const std::vector<Shdr>& shdrs,
-                  std::vector<std::string>& names);
-
-/// Removes, from both parallel tables, every section that is not to be loaded: empty, outside
-/// target memory, or named like .bss, .sbss or .stack. Gives back the number kept.
-int filter_sec(std::vector<Shdr>& shdrs, std::vector<std::string>& names);
+/// Reads the name of every section header; a name ends at a zero byte or with the file. Ends the
+/// run if the index of the name section is out of range.
+void read_secnames(int fd, const Ehdr* hdr, const std::vector<Shdr>& shdrs,
+                   std::vector<std::string>& names);
 
 /// Tells whether `a` begins at a lower address than `b`.
 bool sec_cmp(const CSect& a, const CSect& b);
@@ -59,13 +55,13 @@ bool sec_cmp(const CSect& a, const CSect& b);
 /// Prints the listing line of every section on stdout.
 void print_sections(const std::list<CSect>& sections);
 
-/// Moves each section into the first bank whose range holds its first address: the bytes of a
-/// section are in memory once, and `sections` is empty afterwards.
+/// Moves each section into the first bank whose range holds its first address: its bytes are in
+/// memory once, and `sections` is empty afterwards.
 /// Ends the run, after listing the banks, at a section that fits none.
 void sec2banks(std::vector<CBank>& banks, std::list<CSect>& sections);
 
-/// Stores the part of `path` behind its last "/", up to the first "." of that part, in `result`.
-void only_name(const std::string& path, std::string& result);
+/// Returns the part of `path` behind its last "/", up to the first "." of that part.
+std::string only_name(const std::string& path);
 
 /// Tells every bank the ELF file's base name, from which it composes the name of its image.
 void setelfname(std::vector<CBank>& banks, const std::string& elf_path);
@@ -75,4 +71,4 @@ void full_print(const std::vector<CBank>& banks);
 
 /// Writes the image file of every bank that holds sections, in list order. Ends the run if one
 /// cannot be created.
-void write_banks(std::vector<CBank>& banks);
+void write_banks(const std::vector<CBank>& banks);

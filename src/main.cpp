@@ -29,22 +29,26 @@ struct settings {
     const char* elf_path = nullptr;      // null if no ELF file is named
 };
 
-[[noreturn]] void print_version() {
+}  // namespace
+
+[[noreturn]] static void print_version() {
     puts("v.2.09 14/08/2013");
     exit(EXIT_SUCCESS);
 }
 
-bool parse_gap(const char* text, const char* program) {
-    const auto value = static_cast<int32_t>(strtol(text, nullptr, 10));
+static bool parse_gap(const char* text, const char* program) {
+    // Only the lower 32 bits count, on every machine: 4294967297 is 1.
+    const auto value = static_cast<int32_t>(strtoll(text, nullptr, 10));
     if (value != 0 && value != 1) usage(program);
     return value == 1;
 }
 
-settings parse_options(int argc, char* argv[]) {
+static settings parse_options(int argc, char* argv[]) {
     const char* program = argc > 0 ? argv[0] : "bankimg";
     settings opts;
     unsetenv("POSIXLY_CORRECT");  // options may follow the ELF file name, whatever it says
-    for (int letter = 0; (letter = getopt(argc, argv, "bc:C:g:hnpPvwz")) != -1;) {
+    int letter = 0;
+    while ((letter = getopt(argc, argv, "bc:C:g:hnpPvwz")) != -1) {
         switch (letter) {
             case 'b': opts.banks_only = true; break;
             case 'C': opts.new_cfg = true; [[fallthrough]];
@@ -60,17 +64,11 @@ settings parse_options(int argc, char* argv[]) {
         }
     }
     if (argc <= 1) usage(program);
-    if (optind < argc) opts.elf_path = argv[optind];
+    opts.elf_path = argv[optind];  // null behind the last argument
     return opts;
 }
 
-void set_flags(CBank& bank, const settings& opts) {
-    bank.gap_fill = opts.gap;
-    bank.zero_fill = true;
-    if (opts.zstart) bank.zero_start = true;
-}
-
-void run(const settings& opts) {
+static void run(const settings& opts) {
     std::vector<CBank> banks;
     std::list<CSect> sections;
 
@@ -82,7 +80,7 @@ void run(const settings& opts) {
         return;
     }
 
-    if (opts.elf_path == nullptr) usage("bankimg");
+    if (opts.elf_path == nullptr) usage("bankimg");  // whatever argv[0] is, here alone
     if (!is_elf(opts.elf_path)) oops("is not ELF file");
     read_sections(opts.elf_path, sections);
     if (opts.print_sect) print_sections(sections);
@@ -90,13 +88,14 @@ void run(const settings& opts) {
         for (const CSect& sect : sections) sect.writev();
     }
     sec2banks(banks, sections);
-    for (CBank& bank : banks) set_flags(bank, opts);
+    for (CBank& bank : banks) {
+        bank.gap_fill = opts.gap;
+        bank.zero_start = opts.zstart;
+    }
     if (opts.complex_name) setelfname(banks, opts.elf_path);
     if (opts.print_full) full_print(banks);
     write_banks(banks);
 }
-
-}  // namespace
 
 int main(int argc, char* argv[]) {
     try {

@@ -1,4 +1,5 @@
-// The usage text, and the one place from which messages go to stderr.
+// The usage text and the messages that end a run. All that goes to stderr comes from here, but for
+// what getopt says of the options.
 #include "report.h"
 
 #include <cstdio>
@@ -25,9 +26,14 @@ void usage(const char* name) {
     exit(EXIT_FAILURE);
 }
 
-void oops(const char* message) {
+void oops(const std::string& message) {
     // Both streams may end in one file: lines appear there in the order they were produced.
     fflush(stdout);
-    fprintf(stderr, "%s\n", message);
+    fprintf(stderr, "%s\n", message.c_str());
+    exit(EXIT_FAILURE);
+}
+
+void cant_open(const std::string& path) {
+    printf("Can't open file %s\n", path.c_str());
     exit(EXIT_FAILURE);
 }

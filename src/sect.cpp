@@ -8,10 +8,10 @@
 #include <cerrno>
 
 size_t read_at(int fd, uint64_t pos, void* buf, size_t len) {
-    if (lseek(fd, static_cast<off_t>(pos), SEEK_SET) < 0) return 0;
     size_t done = 0;
     while (done < len) {
-        const ssize_t count = read(fd, static_cast<char*>(buf) + done, len - done);
+        const ssize_t count =
+            pread(fd, static_cast<char*>(buf) + done, len - done, static_cast<off_t>(pos + done));
         if (count < 0 && errno == EINTR) continue;
         if (count <= 0) break;
         done += static_cast<size_t>(count);
@@ -37,7 +37,7 @@ void write_buf(const char* path, const char* buf, int len) {
 }
 
 uint32_t CSect::last() const {
-    return hdr.sh_size == 0 ? hdr.sh_addr : hdr.sh_addr + hdr.sh_size - 1;
+    return hdr.sh_addr + hdr.sh_size - 1;
 }
 
 void CSect::setfname() {
@@ -61,10 +61,4 @@ void CSect::writev() const {
 void CSect::print(FILE* stream) const {
     fprintf(stream, "[%s] %08x %08x (%d,0x%x)\n", name.c_str(), hdr.sh_addr, last(),
             static_cast<int>(hdr.sh_size), hdr.sh_size);
-}
-
-void CSect::fill_zero(uint32_t addr, uint32_t size) {
-    hdr.sh_addr = addr;
-    hdr.sh_size = size;
-    data.assign(size, 0);
 }

@@ -3,24 +3,7 @@
 
 #include <algorithm>
 
-namespace {
-
-const char* const blanks = " \t";
-
-}  // namespace
-
-void xstring::trim_left() {
-    erase(0, std::min(find_first_not_of(blanks), size()));
-}
-
-void xstring::trim_right() {
-    erase(find_last_not_of(blanks) + 1);  // npos + 1 is 0: a text of blanks vanishes
-}
-
-void xstring::trim() {
-    trim_left();
-    trim_right();
-}
+constexpr char blanks[] = " \t";
 
 void xstring::remove_crlf() {
     const auto is_crlf = [](char c) { return c == '\r' || c == '\n'; };
