@@ -4,11 +4,21 @@
 #include <cstdlib>
 #include <new>
 
-void* operator new(size_t size) {
+static void count(size_t size) {
     static size_t left = 256 << 20;
     if (size > left) throw std::bad_alloc();
     left -= size;
+}
+
+void* operator new(size_t size) {
+    count(size);
     return malloc(size == 0 ? 1 : size);
+}
+
+void* operator new(size_t size, std::align_val_t align) {
+    const auto step = static_cast<size_t>(align);
+    count(size);
+    return aligned_alloc(step, (size + step - 1) / step * step);
 }
 
 void operator delete(void* at) noexcept {
@@ -16,5 +26,9 @@ void operator delete(void* at) noexcept {
 }
 
 void operator delete(void* at, size_t) noexcept {
+    free(at);
+}
+
+void operator delete(void* at, std::align_val_t) noexcept {
     free(at);
 }

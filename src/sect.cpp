@@ -2,10 +2,12 @@
 #include "sect.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <new>
 
 size_t read_at(int fd, uint64_t pos, void* buf, size_t len) {
     size_t done = 0;
@@ -34,6 +36,23 @@ void write_buf(const char* path, const char* buf, int len) {
     if (fd < 0) return;
     write_all(fd, buf, static_cast<size_t>(len));
     close(fd);
+}
+
+// Memory of this size and more is aligned to huge pages, so that the system can use them: one page
+// fault instead of 512.
+constexpr size_t large = 4 << 20;
+constexpr std::align_val_t huge_page{2 << 20};
+
+void* allocate_pages(size_t size) {
+    if (size < large) return operator new(size);
+    void* const at = operator new(size, huge_page);
+    madvise(at, size, MADV_HUGEPAGE);
+    return at;
+}
+
+void free_pages(void* at, size_t size) noexcept {
+    if (size < large) return operator delete(at);
+    operator delete(at, huge_page);
 }
 
 uint32_t CSect::last() const {

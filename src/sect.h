@@ -22,6 +22,13 @@ void write_all(int fd, const char* buf, size_t len);
 /// that cannot be opened is passed over.
 void write_buf(const char* path, const char* buf, int len);
 
+/// Returns `size` bytes of memory, for large sizes in huge pages where the system has them.
+/// Throws std::bad_alloc.
+void* allocate_pages(size_t size);
+
+/// Frees what allocate_pages returned for the same `size`.
+void free_pages(void* at, size_t size) noexcept;
+
 /// An allocator that leaves new bytes as they are. Most are about to be read from the file, and
 /// clearing hundreds of megabytes first takes as long as reading them.
 template <class T>
@@ -31,8 +38,8 @@ struct uncleared {
     template <class U>
     uncleared(const uncleared<U>&) noexcept {}
 
-    T* allocate(size_t count) { return static_cast<T*>(operator new(count * sizeof(T))); }
-    void deallocate(T* at, size_t) noexcept { operator delete(at); }
+    T* allocate(size_t count) { return static_cast<T*>(allocate_pages(count * sizeof(T))); }
+    void deallocate(T* at, size_t count) noexcept { free_pages(at, count * sizeof(T)); }
     void construct(T*) noexcept {}
     bool operator==(const uncleared&) const noexcept { return true; }
     bool operator!=(const uncleared&) const noexcept { return false; }
