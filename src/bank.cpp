@@ -61,7 +61,7 @@ struct image {
     bool gap_fill;           // gaps become lines of zeros
     uint32_t next_block;     // address of the block behind the last line
     bool line_open = false;  // the last line has yet to be completed
-    size_t complete = 0;     // bytes of the complete lines in `lines`
+    char* line = lines;      // the open line, or where the next one will begin
     size_t flush_at = 512 * line_len;  // grows, so that a small image touches little of `lines`
 
     explicit image(const CBank& bank);
@@ -139,7 +139,7 @@ void image::go_to(uint32_t addr) {
 
 void image::put_byte(uint32_t addr, char byte) {
     if (!line_open) begin_line(blank, addr);
-    put_digits(lines + complete + offset[addr % block_size], static_cast<uint8_t>(byte));
+    put_digits(line + offset[addr % block_size], static_cast<uint8_t>(byte));
     if (addr % block_size == block_size - 1) end_line();
 }
 
@@ -147,7 +147,7 @@ void image::put_block(uint32_t addr, const char* bytes) {
     begin_line(zero, addr);
     uint32_t words[4];
     memcpy(words, bytes, sizeof words);
-    char* to = lines + complete;
+    char* to = line;
     for (uint32_t word : words) {
         put_word(to, word);
         to += 9;  // eight digits and a blank
@@ -162,22 +162,21 @@ void image::put_zero_line(uint32_t addr) {
 
 // Begins a line with all of its characters: the pattern's stand where bytes are to come.
 inline void image::begin_line(const char* pattern, uint32_t addr) {
-    if (complete == flush_at) flush();
-    char* const to = lines + complete;
-    memcpy(to, pattern, line_len);
-    put_word(to + address_pos, addr);
+    if (line == lines + flush_at) flush();
+    memcpy(line, pattern, line_len);
+    put_word(line + address_pos, addr);
     next_block = block_of(addr) + block_size;
     line_open = true;
 }
 
 void image::end_line() {
-    complete += line_len;
+    line += line_len;
     line_open = false;
 }
 
 void image::flush() {
-    write_all(fd, lines, complete);
-    complete = 0;
+    write_all(fd, lines, static_cast<size_t>(line - lines));
+    line = lines;
     flush_at = std::min(2 * flush_at, sizeof lines);
 }
 
