@@ -160,7 +160,8 @@ void read_sections(const char* path, std::list<CSect>& sections) {
     std::vector<Shdr> shdrs;
     std::vector<std::string> names;
     read_sechdrs(fd, &hdr, shdrs);
-    read_secnames(fd, &hdr, shdrs, names);
+    file_block file{fd};
+    read_secnames(file, &hdr, shdrs, names);
 
     for (size_t i = 0; i < shdrs.size(); i++) {
         if (!is_loaded(shdrs[i], names[i])) continue;
@@ -169,7 +170,7 @@ void read_sections(const char* path, std::list<CSect>& sections) {
         sect.name = std::move(names[i]);
         sect.setfname();
         sect.hdr = shdrs[i];
-        sect.readv(fd);
+        sect.readv(file);
     }
     close(fd);
     sections.sort(sec_cmp);
@@ -185,45 +186,28 @@ void read_sechdrs(int fd, const Ehdr* hdr, std::vector<Shdr>& shdrs) {
     }
 }
 
-namespace {
-
-// The part of the file that names were read from last. Most names follow one another, so that
-// one read serves many of them.
-struct name_block {
-    uint64_t pos = 0;  // file offset of the first byte
-    size_t len = 0;
-    char bytes[512] = {};
-};
-
-}  // namespace
-
-static std::string read_name(int fd, name_block& block, uint64_t pos) {
+static std::string read_name(file_block& file, uint64_t pos) {
     std::string name;
     for (;;) {
-        if (pos < block.pos || pos >= block.pos + block.len) {
-            block.pos = pos;
-            block.len = read_at(fd, pos, block.bytes, sizeof block.bytes);
-            if (block.len == 0) return name;
-        }
-        const auto skip = static_cast<size_t>(pos - block.pos);
-        const size_t len = strnlen(block.bytes + skip, block.len - skip);
-        name.append(block.bytes + skip, len);
-        if (skip + len < block.len) return name;
+        size_t count = 0;
+        const char* part = file.peek(pos, count);
+        const size_t len = strnlen(part, count);
+        name.append(part, len);
+        if (len < count || count == 0) return name;
         pos += len;
     }
 }
 
-void read_secnames(int fd, const Ehdr* hdr, const std::vector<Shdr>& shdrs,
+void read_secnames(file_block& file, const Ehdr* hdr, const std::vector<Shdr>& shdrs,
                    std::vector<std::string>& names) {
     names.clear();
     if (shdrs.empty()) return;
     if (hdr->e_shstrndx >= hdr->e_shnum) oops("ELF section name index is out of range");
     const uint32_t base = shdrs[hdr->e_shstrndx].sh_offset;
-    name_block block;
     for (const Shdr& shdr : shdrs) {
         // The format's offsets have 32 bits, and so has their sum: it wraps.
         const uint32_t pos = base + shdr.sh_name;
-        names.push_back(read_name(fd, block, pos));
+        names.push_back(read_name(file, pos));
     }
 }
 

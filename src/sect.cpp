@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <new>
 
 size_t read_at(int fd, uint64_t pos, void* buf, size_t len) {
@@ -17,6 +18,28 @@ size_t read_at(int fd, uint64_t pos, void* buf, size_t len) {
         if (count < 0 && errno == EINTR) continue;
         if (count <= 0) break;
         done += static_cast<size_t>(count);
+    }
+    return done;
+}
+
+const char* file_block::peek(uint64_t at, size_t& count) {
+    if (at < pos || at >= pos + len) {
+        pos = at;
+        len = read_at(fd, at, bytes, sizeof bytes);
+    }
+    const auto skip = static_cast<size_t>(at - pos);
+    count = len - skip;
+    return bytes + skip;
+}
+
+size_t file_block::read(uint64_t at, char* buf, size_t count) {
+    if (count >= sizeof bytes) return read_at(fd, at, buf, count);
+    size_t done = 0, part = 0;
+    for (; done < count; done += part) {
+        const char* from = peek(at + done, part);
+        if (part == 0) break;
+        part = std::min(part, count - done);
+        memcpy(buf + done, from, part);
     }
     return done;
 }
@@ -64,11 +87,11 @@ void CSect::setfname() {
     fname = name.substr(dotted ? 1 : 0) + ".bin";
 }
 
-void CSect::readv(int fd) {
+void CSect::readv(file_block& file) {
     data.resize(hdr.sh_size);
     size_t delivered = 0;
     if (hdr.sh_type != SHT_NOBITS) {
-        delivered = read_at(fd, hdr.sh_offset, data.data(), data.size());
+        delivered = file.read(hdr.sh_offset, data.data(), data.size());
     }
     std::fill(data.data() + delivered, data.data() + data.size(), 0);
 }

@@ -15,6 +15,22 @@
 /// fewer at its end, none where it cannot be read at an offset (a pipe).
 size_t read_at(int fd, uint64_t pos, void* buf, size_t len);
 
+/// A file and the part of it that was read last. Names, and the bytes of small sections, mostly
+/// follow one another, so that one read serves many of them.
+struct file_block {
+    int fd;
+    uint64_t pos = 0;  // file offset of the first byte
+    size_t len = 0;
+    char bytes[4096] = {};
+
+    /// Returns the bytes at file offset `at` and sets `count` to the number of those that are in
+    /// memory: 0 only at the end of the file.
+    const char* peek(uint64_t at, size_t& count);
+
+    /// Reads `count` bytes at file offset `at` into `buf`. Returns how many the file delivered.
+    size_t read(uint64_t at, char* buf, size_t count);
+};
+
 /// Writes `len` bytes, however the system splits them. What the system refuses is lost unnoticed.
 void write_all(int fd, const char* buf, size_t len);
 
@@ -60,7 +76,7 @@ struct CSect {
     void setfname();
 
     /// Loads `data` for `hdr` from the ELF file. Bytes that the file does not hold are zeros.
-    void readv(int fd);
+    void readv(file_block& file);
 
     /// Writes `data` to the raw section file `fname`, or passes over what cannot be written.
     void writev() const;
