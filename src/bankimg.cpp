@@ -237,6 +237,7 @@ void sec2banks(std::vector<CBank>& banks, std::list<CSect>& sections) {
     // Sections arrive in ascending address order, so what one insertion walked past
     // stays behind every later one: each bank resumes where its last insertion ended.
     std::vector<std::list<CSect>::iterator> resume;
+    resume.reserve(banks.size());
     for (CBank& bank : banks) resume.push_back(bank.sections.begin());
 
     while (!sections.empty()) {

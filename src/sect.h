@@ -18,7 +18,7 @@ size_t read_at(int fd, uint64_t pos, void* buf, size_t len);
 /// A file and the part of it that was read last. Names, and the bytes of small sections, mostly
 /// follow one another, so that one read serves many of them.
 struct file_block {
-    int fd;
+    int fd = -1;
     uint64_t pos = 0;  // file offset of the first byte
     size_t len = 0;
     char bytes[4096] = {};
