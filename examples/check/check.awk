@@ -19,7 +19,8 @@
 # cannot be created, and in a pipe its status is lost: hence the file and the "&&".
 #
 # The run that prints the listing also writes the images, however long they become. With "-g 0" it
-# writes no gaps, and the listing is the same.
+# writes no gaps, and the listing is the same: do that in another directory than that of the images
+# to load.
 #
 # The length of an image is counted as without "-g 0" and "-z", of which the listing tells nothing:
 # 47 bytes for every 16 from the first section's to the last one's. Under "-g 0" an image is
