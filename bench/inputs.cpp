@@ -5,23 +5,22 @@
 
 #include "elf_file.h"
 
-namespace {
-
 constexpr size_t MiB = 1 << 20;
 
-std::string random_bytes(size_t count) {
+static std::string random_bytes(size_t count) {
     static std::mt19937 random(1);
     std::string bytes(count, '\0');
     for (char& byte : bytes) byte = static_cast<char>(random());
     return bytes;
 }
 
-void write(const std::string& name, const std::vector<elf_section>& sections) {
+static void write(const std::string& name, const std::vector<elf_section>& sections) {
     std::ofstream(name, std::ios::binary) << elf_file(sections);
 }
 
 // `count` sections of `size` random bytes, `step` apart; every `loaded`th occupies memory.
-std::vector<elf_section> many(uint32_t count, uint32_t size, uint32_t step, uint32_t loaded = 1) {
+static std::vector<elf_section> many(uint32_t count, uint32_t size, uint32_t step,
+                                     uint32_t loaded = 1) {
     std::vector<elf_section> sections;
     for (uint32_t i = 0; i < count; i++) {
         const uint32_t flags = i % loaded == 0 ? SHF_ALLOC : 0;
@@ -29,8 +28,6 @@ std::vector<elf_section> many(uint32_t count, uint32_t size, uint32_t step, uint
     }
     return sections;
 }
-
-}  // namespace
 
 int main() {
     write("large.elf",

@@ -1,6 +1,7 @@
 # shellcheck shell=sh
-# Shared by the scripts beside it: sourced, not run. Answers --help with the comment at the top of
-# the script, moves to the top of the sources, and offers `say`, `need` and `build_preset`.
+# Shared by the scripts beside it and .ci/run: sourced, not run. Answers --help with the comment at
+# the top of the script, moves to the top of the sources, and offers `say`, `need` and
+# `build_preset`.
 set -eu
 if [ "${1:-}" = --help ]; then
     sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$0"

@@ -1,7 +1,7 @@
 // Banks: which addresses belong to one, in which order it holds its sections, and its image.
 //
-// An image file is text, one line for each 16-byte block that a section touches, and for those
-// between two sections unless gaps are left out:
+// An image file is text. It has a line for each 16-byte block that a section touches and, where the
+// bank's flags ask for them, for the blocks of a gap and for those in front of the first section:
 //
 //     03020100 07060504 0b0a0908 0f0e0d0c //18440000
 //
@@ -57,7 +57,7 @@ constexpr digit_table hex_digits;
 // An image file while it is written. Lines gather in `lines` and leave for the file many at a time.
 struct image {
     int fd;
-    const char* blank;       // the line that a ragged end of a section begins with: zero or space
+    const char* partial;     // what a line shows where no section has a byte: zero or space
     bool gap_fill;           // gaps become lines of zeros
     uint32_t next_block;     // address of the block behind the last line
     bool line_open = false;  // the last line has yet to be completed
@@ -96,7 +96,7 @@ static void put_word(char* to, uint32_t word) {
 
 image::image(const CBank& bank)
     : fd(open(bank.file_name().c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666)),
-      blank(bank.zero_fill ? zero : space),
+      partial(bank.zero_fill ? zero : space),
       gap_fill(bank.gap_fill),
       next_block(block_of(bank.sections.front().hdr.sh_addr)) {
     if (fd < 0) oops("Can't open file " + bank.file_name());
@@ -104,9 +104,9 @@ image::image(const CBank& bank)
 
 // Zeros in front of the first section: those in its block leave the line open for it.
 void image::put_zeros(uint32_t addr, uint32_t end) {
-    for (; addr != end && addr % block_size != 0; addr++) put_byte(addr, 0);
+    for (; addr < end && addr % block_size != 0; addr++) put_byte(addr, 0);
     for (; end - addr >= block_size; addr += block_size) put_zero_line(addr);
-    for (; addr != end; addr++) put_byte(addr, 0);
+    for (; addr < end; addr++) put_byte(addr, 0);
 }
 
 void image::put_section(const CSect& sect) {
@@ -138,7 +138,7 @@ void image::go_to(uint32_t addr) {
 }
 
 void image::put_byte(uint32_t addr, char byte) {
-    if (!line_open) begin_line(blank, addr);
+    if (!line_open) begin_line(partial, addr);
     put_digits(line + offset[addr % block_size], static_cast<uint8_t>(byte));
     if (addr % block_size == block_size - 1) end_line();
 }
@@ -160,7 +160,8 @@ void image::put_zero_line(uint32_t addr) {
     end_line();
 }
 
-// Begins a line with all of its characters: the pattern's stand where bytes are to come.
+// Begins a line with all of its characters: the pattern's stand where bytes are to come. Inline
+// because a line of zeros takes nothing else.
 inline void image::begin_line(const char* pattern, uint32_t addr) {
     if (line == lines + flush_at) flush();
     memcpy(line, pattern, line_len);

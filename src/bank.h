@@ -28,9 +28,9 @@ struct CBank {
     /// Tells whether the two ranges, all bits counted, share an address.
     bool overlap(const CBank& other) const;
 
-    /// Moves the first of `arriving` in front of the first section, from `from` on, whose last
-    /// address reaches it. Returns where the walk for the next one, which must not begin at a
-    /// lower address, may begin.
+    /// Moves the first of `arriving` in front of the first section, looking from `from` on, whose
+    /// last address is not below its first, or to the end. Returns where to look from for the next
+    /// one, if that begins at no lower address.
     std::list<CSect>::iterator insert(std::list<CSect>::iterator from, std::list<CSect>& arriving);
 
     /// Prints the bank's listing line on stdout.

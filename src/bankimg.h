@@ -55,9 +55,8 @@ bool sec_cmp(const CSect& a, const CSect& b);
 /// Prints the listing line of every section on stdout.
 void print_sections(const std::list<CSect>& sections);
 
-/// Moves each section into the first bank whose range holds its first address: its bytes are in
-/// memory once, and `sections` is empty afterwards.
-/// Ends the run, after listing the banks, at a section that fits none.
+/// Moves each section into the first bank whose range holds its first address; `sections` is empty
+/// afterwards. Ends the run, after listing the banks, at a section that fits none.
 void sec2banks(std::vector<CBank>& banks, std::list<CSect>& sections);
 
 /// Returns the part of `path` behind its last "/", up to the first "." of that part.

@@ -80,7 +80,7 @@ static void run(const settings& opts) {
         return;
     }
 
-    if (opts.elf_path == nullptr) usage("bankimg");  // whatever argv[0] is, here alone
+    if (opts.elf_path == nullptr) usage("bankimg");  // this name here, not argv[0]
     if (!is_elf(opts.elf_path)) oops("is not ELF file");
     read_sections(opts.elf_path, sections);
     if (opts.print_sect) print_sections(sections);

@@ -93,7 +93,7 @@ void CSect::readv(file_block& file) {
     if (hdr.sh_type != SHT_NOBITS) {
         delivered = file.read(hdr.sh_offset, data.data(), data.size());
     }
-    std::fill(data.data() + delivered, data.data() + data.size(), 0);
+    memset(data.data() + delivered, 0, data.size() - delivered);
 }
 
 void CSect::writev() const {

@@ -24,7 +24,7 @@ struct file_block {
     char bytes[4096] = {};
 
     /// Returns the bytes at file offset `at` and sets `count` to the number of those that are in
-    /// memory: 0 only at the end of the file.
+    /// memory: 0 only where the file delivers none.
     const char* peek(uint64_t at, size_t& count);
 
     /// Reads `count` bytes at file offset `at` into `buf`. Returns how many the file delivered.

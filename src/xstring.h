@@ -8,7 +8,6 @@
 /// A string with the operations that the configuration reader needs.
 class xstring : public std::string {
 public:
-    using std::string::string;
     using std::string::operator=;
 
     /// Removes every carriage return and line feed, wherever it stands.

@@ -1,4 +1,4 @@
-// Lays out small ELF files in memory, for tests and benchmarks.
+// Lays out small ELF files in memory, for tests, the benchmark and the fuzzer's seeds.
 #pragma once
 
 #include <cstdint>

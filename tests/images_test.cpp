@@ -96,7 +96,7 @@ TEST(images, are_what_od_shows_of_the_memory_that_the_sections_fill) {
         sections.push_back({"s", static_cast<uint32_t>(memory.size()), ascending(size, random())});
         memory += sections.back().data;
     };
-    for (int i = 0; i < 2000; i++) add(random() % 2 * (random() % 80), 1 + random() % 70);
+    for (int i = 0; i < 2000; i++) add(i % 2 * (i % 80), 1 + random() % 70);
     add(0x60000, 0x500000);
     memory.resize((memory.size() + 15) / 16 * 16);
     EXPECT_EQ(
@@ -129,7 +129,7 @@ TEST(images, do_not_depend_on_who_takes_the_output) {
 #ifndef __SANITIZE_ADDRESS__  // which needs more address space than the limit leaves
 TEST(images, of_an_earlier_run_survive_when_memory_runs_out) {
     const std::string elf = elf_file({{"s", 0, "", SHF_ALLOC, SHT_NOBITS, 0x7fffffff}});
-    EXPECT_EQ(terminal("echo old >bank0.dat; ulimit -v 400000; bankimg fw.elf; cat bank0.dat",
+    EXPECT_EQ(terminal("echo old >bank0.dat; ulimit -v 400000; bankimg fw.elf || cat bank0.dat",
                        {{"fw.elf", elf}}),
               "Out of memory\nold\n");
 }
