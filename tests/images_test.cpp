@@ -96,7 +96,7 @@ TEST(images, are_what_od_shows_of_the_memory_that_the_sections_fill) {
         sections.push_back({"s", static_cast<uint32_t>(memory.size()), ascending(size, random())});
         memory += sections.back().data;
     };
-    for (int i = 0; i < 2000; i++) add(i % 2 * (i % 80), 1 + random() % 70);
+    for (size_t i = 0; i < 2000; i++) add(i % 2 * (i % 80), 1 + random() % 70);
     add(0x60000, 0x500000);
     memory.resize((memory.size() + 15) / 16 * 16);
     EXPECT_EQ(
