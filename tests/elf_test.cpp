@@ -36,9 +36,10 @@ TEST(elf, takes_loadable_sections_in_address_order) {
 }
 
 TEST(elf, bytes_and_names_may_end_with_the_file) {
-    std::string elf = elf_file({{"last", 0x20, "y", SHF_ALLOC, 1, 0x1000}});
+    const std::string front(500, 'x');
+    std::string elf = elf_file({{"", 0, front, 0}, {"last", 0x20, "y", SHF_ALLOC, 1, 0x1000}});
     elf.pop_back();  // the zero byte that ends the name
-    std::string bytes = elf.substr(sizeof(Ehdr));
+    std::string bytes = elf.substr(sizeof(Ehdr) + front.size());
     bytes.resize(0x1000);
     EXPECT_EQ(terminal("MALLOC_PERTURB_=85 bankimg -pw fw.elf; cat last.bin", {{"fw.elf", elf}}),
               "[last] 00000020 0000101f (4096,0x1000)\n" + bytes);
