@@ -4,8 +4,7 @@
 using namespace std::string_literals;
 
 TEST(elf, takes_loadable_sections_in_address_order) {
-    const std::string long_name =
-        ".high" + std::string(5000, 'n');  // longer than a block of the file
+    const std::string long_name = ".high" + std::string(5000, 'n');  // more than one read of names
     const std::string elf = elf_file({{long_name, 0xbfc00000, "no file can have such a name"},
                                       {".boot", 0x1fc00000, "12"},
                                       {".comment", 0, "x", 0x30},

@@ -21,20 +21,22 @@ TEST(images, sections_share_lines_or_leave_gaps) {
                                             {"C", 0x1844006d, "C"},
                                             {"D", 0x18440079, "D"},
                                             {"E", 0x18440090, "E"}};
-    const std::string lines[] = {
+    const std::string a =
         "03020100 07060504 0b0a0908 0f0e0d0c //18440020\n"
-        "13121110 00000000 00000000 00000000 //18440030\n",
+        "13121110 00000000 00000000 00000000 //18440030\n";
+    const std::string gap =
         "00000000 00000000 00000000 00000000 //18440040\n"
-        "00000000 00000000 00000000 00000000 //18440050\n",
+        "00000000 00000000 00000000 00000000 //18440050\n";
+    const std::string b_c_d =
         "a3a2a1a0 a7a6a5a4 00000000 00004300 //18440060\n"
-        "00000000 00000000 00004400 00000000 //18440079\n",
-        "00000000 00000000 00000000 00000000 //18440080\n",
-        "00000045 00000000 00000000 00000000 //18440090\n"};
+        "00000000 00000000 00004400 00000000 //18440079\n";
+    const std::string second_gap = "00000000 00000000 00000000 00000000 //18440080\n";
+    const std::string e = "00000045 00000000 00000000 00000000 //18440090\n";
     for (const char* on : {"", "-g 0 -g 4294967297"}) {
-        EXPECT_EQ(images(on, sections), lines[0] + lines[1] + lines[2] + lines[3] + lines[4]);
+        EXPECT_EQ(images(on, sections), a + gap + b_c_d + second_gap + e);
     }
     for (const char* off : {"-g 0", "-g x", "-g 0x1", "-g 4294967296", "-g 1 -g -0"}) {
-        EXPECT_EQ(images(off, sections), lines[0] + lines[2] + lines[4]) << off;
+        EXPECT_EQ(images(off, sections), a + b_c_d + e) << off;
     }
 }
 
