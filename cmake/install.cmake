@@ -54,3 +54,5 @@ if(NOT BANKIMG_STATIC)
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 endif()
 include(CPack)
+# No source package from here: only git knows what belongs in it, and script/package asks git.
+file(REMOVE ${CPACK_SOURCE_OUTPUT_CONFIG_FILE})
