@@ -17,7 +17,7 @@ TEST(elf, takes_loadable_sections_in_address_order) {
                                       {"..x", 0x50, "a", SHF_ALLOC | 4},
                                       {"%s too", 0x50, "\0\n"s},
                                       {"", 0x60, "c"}});
-    EXPECT_EQ(terminal("umask 0; bankimg -pw -g 0 fw.elf && stat -c %a tbss.bin bank0.dat\n"
+    EXPECT_EQ(terminal("umask 0; bankimg -pw -g 0 fw.elf <&- && stat -c %a tbss.bin bank0.dat\n"
                        "tail -v -c +1 .bin .x.bin *.bin",
                        {{"fw.elf", elf}, {"boot.bin", "older and longer"}}),
               "[.mystack] 00000030 00000034 (5,0x5)\n"
