@@ -18,6 +18,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "file.h"
 #include "report.h"
 
 // The top three bits of an address select how the core reaches the memory (cached or not, for

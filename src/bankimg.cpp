@@ -161,7 +161,7 @@ void read_sections(const char* path, std::list<CSect>& sections) {
     std::vector<Shdr> shdrs;
     std::vector<std::string> names;
     read_sechdrs(fd, &hdr, shdrs);
-    file_block file{fd};
+    block_reader file{fd};
     read_secnames(file, &hdr, shdrs, names);
 
     for (size_t i = 0; i < shdrs.size(); i++) {
@@ -187,7 +187,7 @@ void read_sechdrs(int fd, const Ehdr* hdr, std::vector<Shdr>& shdrs) {
     }
 }
 
-static std::string read_name(file_block& file, uint64_t pos) {
+static std::string read_name(block_reader& file, uint64_t pos) {
     std::string name;
     for (;;) {
         size_t count = 0;
@@ -199,7 +199,7 @@ static std::string read_name(file_block& file, uint64_t pos) {
     }
 }
 
-void read_secnames(file_block& file, const Ehdr* hdr, const std::vector<Shdr>& shdrs,
+void read_secnames(block_reader& file, const Ehdr* hdr, const std::vector<Shdr>& shdrs,
                    std::vector<std::string>& names) {
     names.clear();
     if (shdrs.empty()) return;

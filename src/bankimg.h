@@ -46,7 +46,7 @@ void read_sechdrs(int fd, const Ehdr* hdr, std::vector<Shdr>& shdrs);
 
 /// Reads the name of every section header; a name ends at a zero byte or with the file. Ends the
 /// run if the index of the name section is out of range.
-void read_secnames(file_block& file, const Ehdr* hdr, const std::vector<Shdr>& shdrs,
+void read_secnames(block_reader& file, const Ehdr* hdr, const std::vector<Shdr>& shdrs,
                    std::vector<std::string>& names);
 
 /// Tells whether `a` begins at a lower address than `b`.
