@@ -18,19 +18,21 @@ struct CBank {
     uint32_t start = 0;
     uint32_t end = 0;  // inclusive
     std::list<CSect> sections;
-    bool zero_fill = true;    // bytes of a line that no section covers: zeros, else blanks
+    bool zero_fill = true;    // bytes of a line that no section covers: zeros, else blanks; no
+                              // option clears it
     bool gap_fill = false;    // whole lines that no section covers are written too
     bool zero_start = false;  // the image begins at the bank's start
 
-    /// Tells whether `addr` lies in the bank when the top three bits of addresses are ignored.
-    bool in_bank(uint32_t addr) const;
+    /// Tells whether `addr` lies in the bank when the top three bits of addresses are ignored, and
+    /// if so sets `base` to the bank's start without them.
+    bool in_bank(uint32_t addr, uint32_t& base) const;
 
     /// Tells whether the two ranges, all bits counted, share an address.
     bool overlap(const CBank& other) const;
 
-    /// Moves the first of `arriving` in front of the first section, looking from `from` on, whose
-    /// last address is not below its first, or to the end. Returns where to look from for the next
-    /// one, if that begins at no lower address.
+    /// Moves the first of `arriving` in front of the first section, from `from` on, that ends at or
+    /// above its first address, or to the end. Returns the `from` for the next one, which must not
+    /// begin at a lower address.
     std::list<CSect>::iterator insert(std::list<CSect>::iterator from, std::list<CSect>& arriving);
 
     /// Prints the bank's listing line on stdout.

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
 #include "report.h"
@@ -40,6 +41,7 @@ const uint32_t ranges[][2] = {
     {0x10000000, 0x17ffffff},  // bank2
     {0x1fc00000, 0x1fffffff},  // bank3
 };
+static_assert(std::size(banks_name) == 3 * std::size(ranges) + 1, "a range for each name");
 
 void set_banks(std::vector<CBank>& banks, const char* const* names, const uint32_t (*spans)[2]) {
     banks.clear();
@@ -101,6 +103,7 @@ static bool check_bank(const std::vector<CBank>& banks, const CBank& bank) {
 void cfg2banks(std::vector<CBank>& banks, const char* path) {
     FILE* file = fopen(path, "r");
     if (file == nullptr) cant_open(path);
+    // Not getline: a line of more than 1023 bytes counts as several, and a zero byte ends one.
     char buf[1024];
     xstring line;
     std::vector<std::string> fields;
@@ -109,7 +112,9 @@ void cfg2banks(std::vector<CBank>& banks, const char* path) {
         line.remove_crlf();
         current = line;
         line.remove_comments();
-        if (!line.tokenize(fields)) continue;
+        line.trim();
+        if (line.empty()) continue;
+        line.tokenize(fields);
         const CBank bank = parse_bank(fields);
         if (bank.start >= bank.end) refuse(banks, "Bad range");
         if (!check_bank(banks, bank)) refuse(banks, "Overlapped banks");
@@ -142,16 +147,6 @@ bool is_elf(const char* path) {
     return memcmp(hdr.e_ident + 1, "ELF", 3) == 0;
 }
 
-// A section is loaded if it is not empty, occupies target memory, and is not named like .bss, .sbss
-// or .stack.
-static bool is_loaded(const Shdr& shdr, const std::string& name) {
-    if (shdr.sh_size == 0 || (shdr.sh_flags & SHF_ALLOC) == 0) return false;
-    for (const char* left_out : {".bss", ".sbss", ".stack"}) {
-        if (name.find(left_out) != std::string::npos) return false;
-    }
-    return true;
-}
-
 void read_sections(const char* path, std::list<CSect>& sections) {
     sections.clear();
     const int fd = openb(path, O_RDONLY);
@@ -160,12 +155,12 @@ void read_sections(const char* path, std::list<CSect>& sections) {
 
     std::vector<Shdr> shdrs;
     std::vector<std::string> names;
-    read_sechdrs(fd, &hdr, shdrs);
     block_reader file{fd};
+    read_sechdrs(fd, &hdr, shdrs);
     read_secnames(file, &hdr, shdrs, names);
+    const size_t count = filter_sec(shdrs, names);
 
-    for (size_t i = 0; i < shdrs.size(); i++) {
-        if (!is_loaded(shdrs[i], names[i])) continue;
+    for (size_t i = 0; i < count; i++) {
         if (shdrs[i].sh_size > INT32_MAX) oops("Section " + names[i] + " is too large");
         CSect& sect = sections.emplace_back();
         sect.name = std::move(names[i]);
@@ -174,7 +169,7 @@ void read_sections(const char* path, std::list<CSect>& sections) {
         sect.readv(file);
     }
     close(fd);
-    sections.sort(sec_cmp);
+    sections.sort(sec_cmp);  // stable: sections at one address stay in file order
 }
 
 void read_sechdrs(int fd, const Ehdr* hdr, std::vector<Shdr>& shdrs) {
@@ -212,6 +207,27 @@ void read_secnames(block_reader& file, const Ehdr* hdr, const std::vector<Shdr>&
     }
 }
 
+static bool is_loaded(const Shdr& shdr, const std::string& name) {
+    if (shdr.sh_size == 0 || (shdr.sh_flags & SHF_ALLOC) == 0) return false;
+    for (const char* left_out : {".bss", ".sbss", ".stack"}) {
+        if (name.find(left_out) != std::string::npos) return false;
+    }
+    return true;
+}
+
+size_t filter_sec(std::vector<Shdr>& shdrs, std::vector<std::string>& names) {
+    size_t kept = 0;
+    for (size_t i = 0; i < shdrs.size(); i++) {
+        if (!is_loaded(shdrs[i], names[i])) continue;
+        shdrs[kept] = shdrs[i];
+        names[kept].swap(names[i]);
+        kept++;
+    }
+    shdrs.resize(kept);
+    names.resize(kept);
+    return kept;
+}
+
 bool sec_cmp(const CSect& a, const CSect& b) {
     return a.hdr.sh_addr < b.hdr.sh_addr;
 }
@@ -222,11 +238,11 @@ void print_sections(const std::list<CSect>& sections) {
 
 // Placement: every section goes into a bank.
 
-// Returns the index of the first bank that takes `sect`; ends the run, after listing the banks, if
-// none does. Maps have few banks: a plain search in list order will do.
-static size_t find_bank(const std::vector<CBank>& banks, const CSect& sect) {
+// Returns the index of the first bank that takes `sect`, which learns its base; ends the run, after
+// listing the banks, if none does. Maps have few banks: a plain search in list order will do.
+static size_t find_bank(const std::vector<CBank>& banks, CSect& sect) {
     for (size_t i = 0; i < banks.size(); i++) {
-        if (banks[i].in_bank(sect.hdr.sh_addr)) return i;
+        if (banks[i].in_bank(sect.hdr.sh_addr, sect.bank_base)) return i;
     }
     print_banks(banks);
     char span[sizeof " 0x00000000 0x00000000"];
@@ -236,7 +252,7 @@ static size_t find_bank(const std::vector<CBank>& banks, const CSect& sect) {
 
 void sec2banks(std::vector<CBank>& banks, std::list<CSect>& sections) {
     // Sections arrive in ascending address order, so what one insertion walked past
-    // stays behind every later one: each bank resumes where its last insertion ended.
+    // stays below every later one: each bank resumes where its last insertion ended.
     std::vector<std::list<CSect>::iterator> resume;
     resume.reserve(banks.size());
     for (CBank& bank : banks) resume.push_back(bank.sections.begin());

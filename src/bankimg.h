@@ -1,5 +1,6 @@
 // The steps of a run, in the order in which main takes them, and their helpers. A function that
-// fails prints its message and ends the process with exit status 1.
+// fails prints its message and ends the process with exit status 1. Some, such as atox and openb,
+// are called in bankimg.cpp alone: they stand here because the design names them.
 #pragma once
 
 #include <cstdint>
@@ -26,7 +27,7 @@ void print_banks(const std::vector<CBank>& banks);
 void cfg2banks(std::vector<CBank>& banks, const char* path);
 
 /// Returns the value of a hexadecimal field: at most eight digits, which "0x" may precede; "0x"
-/// alone is 0. Ends the run at any other text.
+/// alone is 0. Any other text ends the run, with the line that is being parsed.
 uint32_t atox(const char* field);
 
 /// Opens `path` with the flags of open(2) and returns the descriptor. Ends the run if the file
@@ -48,6 +49,10 @@ void read_sechdrs(int fd, const Ehdr* hdr, std::vector<Shdr>& shdrs);
 /// run if the index of the name section is out of range.
 void read_secnames(block_reader& file, const Ehdr* hdr, const std::vector<Shdr>& shdrs,
                    std::vector<std::string>& names);
+
+/// Removes from both tables the sections that are not loaded: empty ones, those that occupy no
+/// target memory, and those named like .bss, .sbss or .stack. Returns the number kept.
+size_t filter_sec(std::vector<Shdr>& shdrs, std::vector<std::string>& names);
 
 /// Tells whether `a` begins at a lower address than `b`.
 bool sec_cmp(const CSect& a, const CSect& b);

@@ -7,7 +7,7 @@
 #include <cstring>
 
 uint32_t CSect::last() const {
-    return hdr.sh_addr + hdr.sh_size - 1;
+    return hdr.sh_size == 0 ? hdr.sh_addr : hdr.sh_addr + hdr.sh_size - 1;
 }
 
 void CSect::setfname() {

@@ -12,12 +12,13 @@
 
 /// One section and its bytes. A value: a copy has bytes of its own.
 struct CSect {
+    uint32_t bank_base = 0;  // start of its bank without the top three bits; placement sets it
     std::string name;
     std::string fname;  // name of the raw section file
     Shdr hdr{};
     byte_vector data;  // `hdr.sh_size` bytes
 
-    /// Address of the last byte, wrapping at 2^32. No section is empty.
+    /// Address of the last byte, wrapping at 2^32; the first address where the size is 0.
     uint32_t last() const;
 
     /// Makes `fname` from `name`: without one leading dot, with ".bin" appended.

@@ -5,6 +5,19 @@
 
 constexpr char blanks[] = " \t";
 
+void xstring::trim_left() {
+    erase(0, std::min(find_first_not_of(blanks), size()));
+}
+
+void xstring::trim_right() {
+    erase(find_last_not_of(blanks) + 1);  // npos + 1 is 0: all of it
+}
+
+void xstring::trim() {
+    trim_left();
+    trim_right();
+}
+
 void xstring::remove_crlf() {
     const auto is_crlf = [](char c) { return c == '\r' || c == '\n'; };
     erase(std::remove_if(begin(), end(), is_crlf), end());

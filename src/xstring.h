@@ -10,6 +10,15 @@ class xstring : public std::string {
 public:
     using std::string::operator=;
 
+    /// Removes the blanks at the start.
+    void trim_left();
+
+    /// Removes the blanks at the end.
+    void trim_right();
+
+    /// Removes the blanks at both ends.
+    void trim();
+
     /// Removes every carriage return and line feed, wherever it stands.
     void remove_crlf();
 
