@@ -84,6 +84,7 @@ static void run(const settings& opts) {
     if (!is_elf(opts.elf_path)) oops("is not ELF file");
     read_sections(opts.elf_path, sections);
     if (opts.print_sect) print_sections(sections);
+    fflush(stdout);  // here and below: a run that a signal ends has shown its listing
     if (opts.write_sect) {
         for (const CSect& sect : sections) sect.writev();
     }
@@ -94,6 +95,7 @@ static void run(const settings& opts) {
     }
     if (opts.complex_name) setelfname(banks, opts.elf_path);
     if (opts.print_full) full_print(banks);
+    fflush(stdout);
     write_banks(banks);
 }
 
