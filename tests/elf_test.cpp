@@ -9,7 +9,7 @@ TEST(elf, takes_loadable_sections_in_address_order) {
                                       {".boot", 0x1fc00000, "12"},
                                       {".comment", 0, "x", 0x30},
                                       {".empty", 0x10, ""},
-                                      {".bss", 0x20, "x"},
+                                      {".bss", 0x20, "", SHF_ALLOC, SHT_NOBITS, 1U << 31},
                                       {"my.sbss2", 0x20, "x"},
                                       {"x.stack_dummy", 0x20, "x"},
                                       {".mystack", 0x30, "taken"},
@@ -32,6 +32,13 @@ TEST(elf, takes_loadable_sections_in_address_order) {
                   "600\n666\n"
                   "==> .bin <==\nc\n==> .x.bin <==\na\n==> %s too.bin <==\n\0\n\n"
                   "==> boot.bin <==\n12\n==> mystack.bin <==\ntaken\n==> tbss.bin <==\n\0\0\0"s);
+}
+
+TEST(elf, sections_at_one_address_stay_in_file_order) {
+    std::vector<elf_section> sections;
+    for (const char name : ascending(50, 'A')) sections.push_back({{name}, 0, "x"});
+    EXPECT_EQ(terminal("bankimg -p a | cut -c 2 | tr -d '\\n'", {{"a", elf_file(sections)}}),
+              ascending(50, 'A'));
 }
 
 TEST(elf, bytes_and_names_may_end_with_the_file) {

@@ -40,19 +40,51 @@ TEST(images, sections_share_lines_or_leave_gaps) {
     }
 }
 
+// Of three banks one receives nothing and has an image already. A descriptor that stays open is one
+// too many.
+TEST(images, are_one_for_each_bank_with_sections) {
+    const file_map inputs{
+        {"fw.elf", elf_file({{".a", 0x1f, a_bytes}, {".b", 0x100f, b_bytes}, {".c", 0x1040, "c"}})},
+        {"c", "a.dat 0 fff text 0\nold.dat 2000 2fff\nz.dat 1004 1fff"},
+        {"old.dat", "older\n"}};
+    EXPECT_EQ(
+        terminal("(exec 3>&-; ulimit -n 4; bankimg -PzC c -g 0 fw.elf); tail -n +1 *.dat", inputs),
+        "[0]: a.dat\t00000000 00000fff (text,0)\n"
+        "[.a] 0000001f 00000032 (20,0x14)\n"
+        "[1]: old.dat\t00002000 00002fff\n"
+        "[2]: z.dat\t00001004 00001fff\n"
+        "[.b] 0000100f 00001016 (8,0x8)\n"
+        "[.c] 00001040 00001040 (1,0x1)\n"
+        "==> a.dat <==\n"
+        "00000000 00000000 00000000 00000000 //00000000\n"
+        "00000000 00000000 00000000 00000000 //00000010\n"
+        "04030201 08070605 0c0b0a09 100f0e0d //00000020\n"
+        "00131211 00000000 00000000 00000000 //00000030\n"
+        "\n==> old.dat <==\nolder\n"
+        "\n==> z.dat <==\n"
+        "00000000 00000000 00000000 a0000000 //00001004\n"
+        "a4a3a2a1 00a7a6a5 00000000 00000000 //00001010\n"
+        "00000063 00000000 00000000 00000000 //00001040\n");
+    EXPECT_EQ(terminal("bankimg -nC c fw.elf; wc -l *.dat", inputs),
+              "  1 old.dat\n  3 text_fw_0.dat\n  5 z.dat\n  9 total\n");
+}
+
 TEST(images, begin_with_their_bank_or_their_first_section) {
     const std::vector<elf_section> sections{{"A", 0x98440018, a_bytes}};
     EXPECT_EQ(images("-zC bank.cfg", sections, "a.dat b8440000 b844ffff"),
               "00000000 00000000 00000000 00000000 //98440000\n"
               "00000000 00000000 03020100 07060504 //98440010\n"
               "0b0a0908 0f0e0d0c 13121110 00000000 //98440020\n");
-    EXPECT_EQ(images("-zC bank.cfg", sections, "a.dat 1843fffa 1844ffff").substr(0, 94),
-              "00000000 00000000 00000000 00000000 //9843fffa\n"
-              "00000000 00000000 00000000 00000000 //98440000\n");
-    // Addresses wrap.
+    // Addresses wrap. In a gap all of their bits count.
     EXPECT_EQ(images("", {{"A", 0xfffffff8, a_bytes}}),
               "00000000 00000000 03020100 07060504 //fffffff8\n"
               "0b0a0908 0f0e0d0c 13121110 00000000 //00000000\n");
+    EXPECT_EQ(
+        images("-C bank.cfg", {{"A", 0x1fffffe0, "A"}, {"B", 0x20000010, "B"}}, "a.dat 0 1fffffff"),
+        "00000041 00000000 00000000 00000000 //1fffffe0\n"
+        "00000000 00000000 00000000 00000000 //1ffffff0\n"
+        "00000000 00000000 00000000 00000000 //20000000\n"
+        "00000042 00000000 00000000 00000000 //20000010\n");
 }
 
 TEST(images, overlapping_sections_are_written_in_bank_order) {
@@ -84,7 +116,7 @@ TEST(images, complex_names_join_prefix_elf_base_name_and_suffix) {
             {{"fw", elf}, {"c", "a.dat 18440000 18440001 a 0\nb.dat 0 f\nc.dat 20 2f c"}});
     };
     EXPECT_EQ(names_for("fw.rev.elf"), "a_fw_0.dat b.dat c_fw.dat\n");
-    EXPECT_EQ(names_for("dir.d/.elf"), "a.dat b.dat c.dat\n");
+    EXPECT_EQ(names_for("dir.d//.elf"), "a.dat b.dat c.dat\n");
 }
 
 // Many sections share a line. The last one and the gap before it have more lines than are gathered
@@ -114,6 +146,14 @@ static const file_map firmware{
     {"fw.elf", elf_file({{".text", 0x18440000, "code"}, {".boot", 0x1fc00000, "boot"}})},
     {"pram0.dat", std::string(999, 'x')}};
 static const std::string pram0 = "65646f63 00000000 00000000 00000000 //18440000\n";
+
+TEST(images, come_after_all_that_is_listed) {
+    for (const std::string run : {"-pw", "-P"}) {
+        EXPECT_EQ(
+            terminal("(ulimit -f 0; bankimg fw.elf " + run + "; true) 2>&- | sed /]:/d", firmware),
+            "[.text] 18440000 18440003 (4,0x4)\n[.boot] 1fc00000 1fc00003 (4,0x4)\n");
+    }
+}
 
 TEST(images, one_that_cannot_be_created_ends_the_run) {
     EXPECT_EQ(terminal("mkdir bank3.dat; bankimg -P fw.elf | wc -l; cat pram0.dat", firmware),

@@ -15,8 +15,9 @@ std::string terminal(const std::string& command, const file_map& inputs) {
     std::string scratch = (fs::temp_directory_path() / "bankimg-test-XXXXXX").string();
     if (mkdtemp(scratch.data()) == nullptr) abort();
     for (const auto& [name, content] : inputs) std::ofstream(scratch + "/" + name) << content;
-    const std::string script =
-        "cd '" + scratch + "' && PATH='" BANKIMG_DIR "':\"$PATH\" && {\n" + command + "\n} 2>&1";
+    // A slip in the arithmetic of gaps writes gigabytes: no file grows beyond 32 MiB.
+    const std::string script = "cd '" + scratch + "' && PATH='" BANKIMG_DIR "':\"$PATH\" && " +
+                               "ulimit -f 65536 && {\n" + command + "\n} 2>&1";
     FILE* shell = popen(script.c_str(), "r");
     std::string shown;
     for (int c = 0; (c = getc(shell)) != EOF;) shown += static_cast<char>(c);
