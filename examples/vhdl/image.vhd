@@ -1,0 +1,29 @@
+-- Reads an image of bankimg into a memory of 32-bit words; copy it into your project. VHDL-2008.
+-- An image that is longer than the memory ends the simulation; hread reports a line that is none.
+-- GHDL takes memories of more than 16 KiB with --max-stack-alloc=0.
+library ieee;
+use ieee.std_logic_1164.all;
+use std.textio.all;
+
+package image is
+    type word_array is array (natural range <>) of std_logic_vector(31 downto 0);
+    impure function read_image(name : string; words : positive) return word_array;
+end package;
+
+package body image is
+    impure function read_image(name : string; words : positive) return word_array is
+        file lines : text open read_mode is name;
+        variable current : line;
+        variable memory : word_array(0 to words - 1) := (others => (others => '0'));
+        variable place : natural := 0;
+    begin
+        while not endfile(lines) loop
+            readline(lines, current);
+            for i in 1 to 4 loop  -- the comment behind the words stays unread
+                hread(current, memory(place));
+                place := place + 1;
+            end loop;
+        end loop;
+        return memory;
+    end function;
+end package body;
