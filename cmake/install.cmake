@@ -1,19 +1,25 @@
 # What `cmake --install` puts where, and the package that CPack makes of it.
 include(GNUInstallDirs)
 set(BANKIMG_ZSH_COMPLETIONS ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING
-  "Directory for the zsh completion, below the prefix")
+  "Directory for the zsh completions, below the prefix")
 
+set(programs bankimg bankimg-map bankimg-check bankimg-words)
 install(TARGETS bankimg RUNTIME)
-install(FILES doc/bankimg.bash
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME bankimg)
-install(FILES doc/_bankimg DESTINATION ${BANKIMG_ZSH_COMPLETIONS})
+install(PROGRAMS tools/bankimg-map tools/bankimg-check tools/bankimg-words TYPE BIN)
+foreach(program IN LISTS programs)
+  install(FILES doc/${program}.bash
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME ${program})
+  install(FILES doc/_${program} DESTINATION ${BANKIMG_ZSH_COMPLETIONS})
+  install(FILES doc/${program}.1.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/doc)
+endforeach()
 
 # The README and what it links to.
-install(FILES README.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(FILES doc/banks.svg DESTINATION ${CMAKE_INSTALL_DOCDIR}/doc)
+install(FILES README.md CONTRIBUTING.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES doc/banks.svg doc/troubleshooting.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/doc)
+install(FILES bench/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/bench)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} USE_SOURCE_PERMISSIONS)
 
-# A Debian package has its manual page and its changelog compressed.
+# A Debian package has its manual pages and its changelog compressed.
 option(BANKIMG_DEBIAN "Install what a Debian package needs" OFF)
 function(install_compressed file directory)
   get_filename_component(name ${file} NAME)
@@ -25,13 +31,17 @@ function(install_compressed file directory)
   install(FILES ${PROJECT_BINARY_DIR}/${name}.gz DESTINATION ${directory})
 endfunction()
 if(BANKIMG_DEBIAN)
-  install_compressed(doc/bankimg.1 ${CMAKE_INSTALL_MANDIR}/man1)
+  foreach(program IN LISTS programs)
+    install_compressed(doc/${program}.1 ${CMAKE_INSTALL_MANDIR}/man1)
+  endforeach()
   install_compressed(packaging/changelog ${CMAKE_INSTALL_DOCDIR})
   install(FILES packaging/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR})
   install(FILES packaging/lintian-overrides
     DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides RENAME bankimg)
 else()
-  install(FILES doc/bankimg.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  foreach(program IN LISTS programs)
+    install(FILES doc/${program}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  endforeach()
 endif()
 
 set(CPACK_PACKAGE_NAME bankimg)

@@ -3,7 +3,7 @@
 
 TEST(banks, built_in_ones_are_listed_without_an_elf_file) {
     for (const char* args : {"-b", "-b missing.elf", "missing.elf -b -z"}) {
-        EXPECT_EQ(terminal(std::string("bankimg ") + args), readme_block("[0]: pram0.dat")) << args;
+        EXPECT_EQ(terminal(std::string("bankimg ") + args), documented("[0]: pram0.dat")) << args;
     }
 }
 
@@ -27,7 +27,7 @@ TEST(banks, section_that_fits_none_ends_the_run) {
     EXPECT_EQ(terminal("bankimg -wp fw.elf || ! echo *.bin *.dat", inputs),
               "[.text] 18440000 18440000 (1,0x1)\n"
               "[%s] 18450000 18450001 (2,0x2)\n" +
-                  readme_block("[0]: pram0.dat") +
+                  documented("[0]: pram0.dat") +
                   "Section %s 0x18450000 0x18450001 can't add to banks\n"
                   "%s.bin text.bin *.dat\nexit 1\n");
     EXPECT_EQ(terminal("echo a 18440000 18450000 >c; bankimg -P fw.elf -C c", inputs),

@@ -2,7 +2,7 @@
 #include "test.h"
 
 static std::string usage_of(const std::string& program) {
-    std::string text = readme_block("\nUsage: bankimg");
+    std::string text = documented("\nUsage: bankimg");
     return text.replace(text.find("bankimg"), strlen("bankimg"), program) + "exit 1\n";
 }
 

@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 namespace fs = std::filesystem;
 
@@ -26,9 +25,10 @@ std::string terminal(const std::string& command, const file_map& inputs) {
     return shown + (status == 0 ? "" : "exit " + std::to_string(WEXITSTATUS(status)) + "\n");
 }
 
-std::string readme_block(const std::string& start) {
-    std::ifstream file(README);
-    const std::string readme(std::istreambuf_iterator<char>(file), {}), fence = "```";
-    const size_t from = readme.find(fence + "text\n" + start) + fence.size() + sizeof "text";
-    return readme.substr(from, readme.find(fence, from) - from);
+std::string documented(const std::string& start) {
+    const std::string text =
+        terminal("cat '" README "' \"$(dirname '" README "')/doc/bankimg.1.md\"");
+    const std::string fence = "```";
+    const size_t from = text.find(fence + "text\n" + start) + fence.size() + sizeof "text";
+    return text.substr(from, text.find(fence, from) - from);
 }

@@ -15,5 +15,5 @@ using file_map = std::map<std::string, std::string>;  // name to content
 /// Returns what a terminal shows: both streams, then "exit N" if N is not 0.
 std::string terminal(const std::string& command, const file_map& inputs = {});
 
-/// Returns the block of the README's example text that begins with `start`.
-std::string readme_block(const std::string& start);
+/// Returns the block of text in the README or the manual that begins with `start`.
+std::string documented(const std::string& start);
