@@ -1,15 +1,15 @@
 # What `cmake --install` puts where, and the package that CPack makes of it.
 include(GNUInstallDirs)
 set(BANKIMG_ZSH_COMPLETIONS ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING
-  "Directory for the zsh completions, below the prefix")
+  "Directory for the zsh completion, below the prefix")
 
 set(programs bankimg bankimg-map bankimg-check bankimg-words)
 install(TARGETS bankimg RUNTIME)
 install(PROGRAMS tools/bankimg-map tools/bankimg-check tools/bankimg-words TYPE BIN)
-foreach(program IN LISTS programs)
-  install(FILES doc/${program}.bash
+install(FILES doc/_bankimg DESTINATION ${BANKIMG_ZSH_COMPLETIONS})
+foreach(program IN LISTS programs)  # bash looks for a file of the program's name
+  install(FILES doc/bankimg.bash
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME ${program})
-  install(FILES doc/_${program} DESTINATION ${BANKIMG_ZSH_COMPLETIONS})
   install(FILES doc/${program}.1.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/doc)
 endforeach()
 
