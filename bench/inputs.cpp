@@ -32,6 +32,8 @@ static std::vector<elf_section> many(uint32_t count, uint32_t size, uint32_t ste
 int main() {
     write("large.elf",
           {{".text", 0, random_bytes(64 * MiB)}, {".data", 0x08000000, random_bytes(48 * MiB)}});
+    write("regions.elf",
+          {{".text", 0, random_bytes(64 * MiB)}, {".data", 0x20000000, random_bytes(48 * MiB)}});
     write("sections60k.elf", many(60000, 60, 64));
     write("sections30k.elf", many(30000, 60, 64));
     write("same60k.elf", many(60000, 60, 0));
