@@ -231,8 +231,8 @@ void CBank::write() const {
     if (sections.empty()) return;
     image out(*this);
     if (zero_start) {
-        // Never above the first section, which placement found at or above its bank's base: from
-        // there put_zeros would go on through all of memory.
+        // Never above the first section, since placement found it in the bank: above it the count
+        // of zeros would wrap to gigabytes.
         const CSect& first = sections.front();
         out.put_zeros(first.bank_base | (first.hdr.sh_addr & ~memory_mask), first.hdr.sh_addr);
     }

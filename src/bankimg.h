@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "bank.h"
+#include "file.h"
 #include "sect.h"
 
 /// The built-in banks: file name, prefix and suffix of each, closed by a null pointer, and in the
