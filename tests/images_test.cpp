@@ -45,24 +45,24 @@ TEST(images, sections_share_lines_or_leave_gaps) {
 TEST(images, are_one_for_each_bank_with_sections) {
     const file_map inputs{
         {"fw.elf", elf_file({{".a", 0x1f, a_bytes}, {".b", 0x100f, b_bytes}, {".c", 0x1040, "c"}})},
-        {"c", "a.dat 0 fff text 0\nold.dat 2000 2fff\nz.dat 1004 1fff"},
+        {"c", "a.dat 14 fef text 0\nold.dat 2000 2fff\nz.dat ff4 1fff"},
         {"old.dat", "older\n"}};
     EXPECT_EQ(
         terminal("(exec 3>&-; ulimit -n 4; bankimg -PzC c -g 0 fw.elf); tail -n +1 *.dat", inputs),
-        "[0]: a.dat\t00000000 00000fff (text,0)\n"
+        "[0]: a.dat\t00000014 00000fef (text,0)\n"
         "[.a] 0000001f 00000032 (20,0x14)\n"
         "[1]: old.dat\t00002000 00002fff\n"
-        "[2]: z.dat\t00001004 00001fff\n"
+        "[2]: z.dat\t00000ff4 00001fff\n"
         "[.b] 0000100f 00001016 (8,0x8)\n"
         "[.c] 00001040 00001040 (1,0x1)\n"
         "==> a.dat <==\n"
-        "00000000 00000000 00000000 00000000 //00000000\n"
-        "00000000 00000000 00000000 00000000 //00000010\n"
+        "00000000 00000000 00000000 00000000 //00000014\n"
         "04030201 08070605 0c0b0a09 100f0e0d //00000020\n"
         "00131211 00000000 00000000 00000000 //00000030\n"
         "\n==> old.dat <==\nolder\n"
         "\n==> z.dat <==\n"
-        "00000000 00000000 00000000 a0000000 //00001004\n"
+        "00000000 00000000 00000000 00000000 //00000ff4\n"
+        "00000000 00000000 00000000 a0000000 //00001000\n"
         "a4a3a2a1 00a7a6a5 00000000 00000000 //00001010\n"
         "00000063 00000000 00000000 00000000 //00001040\n");
     EXPECT_EQ(terminal("bankimg -nC c fw.elf; wc -l *.dat", inputs),
