@@ -111,8 +111,9 @@ int image::create(const std::string& path) {
     return fd;
 }
 
-// Zeros in front of the first section: those in its block leave the line open for it. Lines and not
-// a section of zeros, which would take up to half a gigabyte of memory.
+// Zeros from `addr` up to the first section, at `end`: those in its block leave the line open for
+// it. Lines and not a section of zeros, which would take up to half a gigabyte of memory. `addr` is
+// never above `end`: the subtraction would wrap, and the image fill the disk.
 void image::put_zeros(uint32_t addr, uint32_t end) {
     for (; addr < end && addr % block_size != 0; addr++) put_byte(addr, 0);
     const uint32_t count = (end - addr) / block_size;
@@ -144,8 +145,7 @@ void image::finish() {
 void image::go_to(uint32_t addr) {
     if (addr < next_block) return;
     if (line_open) end_line();
-    if (!gap_fill) return;
-    fill_gap(next_block, (addr - next_block) / block_size);
+    if (gap_fill) fill_gap(next_block, (addr - next_block) / block_size);
 }
 
 void image::put_byte(uint32_t addr, char byte) {
@@ -174,8 +174,8 @@ void image::fill_gap(uint32_t addr, uint32_t count) {
     }
 }
 
-// Begins a line with all of its characters: those of the pattern stay where no byte comes. Inline,
-// since lines of zeros are nothing else.
+// Begins a line as a copy of the pattern, with its address; bytes replace digits of it later.
+// Inline, since a gap is nothing but such lines, millions of them.
 inline void image::begin_line(const char* pattern, uint32_t addr) {
     if (line == lines + flush_at) flush();
     memcpy(line, pattern, line_len);
@@ -231,8 +231,7 @@ void CBank::write() const {
     if (sections.empty()) return;
     image out(*this);
     if (zero_start) {
-        // Never above the first section, since placement found it in the bank: above it the count
-        // of zeros would wrap to gigabytes.
+        // Not above the first section: placement found its masked address at or above the base.
         const CSect& first = sections.front();
         out.put_zeros(first.bank_base | (first.hdr.sh_addr & ~memory_mask), first.hdr.sh_addr);
     }

@@ -238,8 +238,8 @@ void print_sections(const std::list<CSect>& sections) {
 
 // Placement: every section goes into a bank.
 
-// Returns the index of the first bank that takes `sect`, which learns its base; ends the run, after
-// listing the banks, if none does. Maps have few banks: a plain search in list order will do.
+// Returns the index of the first bank that takes `sect`, and sets its bank_base; ends the run,
+// after listing the banks, if none does. Maps have few banks: a plain search in list order will do.
 static size_t find_bank(const std::vector<CBank>& banks, CSect& sect) {
     for (size_t i = 0; i < banks.size(); i++) {
         if (banks[i].in_bank(sect.hdr.sh_addr, sect.bank_base)) return i;

@@ -8,7 +8,7 @@
 #include <cstring>
 
 static_assert(sizeof(off_t) == 8,
-              "a table may lie behind 2 GiB: compile with -D_FILE_OFFSET_BITS=64");
+              "a table may lie beyond 2 GiB: compile with -D_FILE_OFFSET_BITS=64");
 
 size_t read_at(int fd, uint64_t pos, void* buf, size_t len) {
     size_t done = 0;

@@ -6,7 +6,7 @@
 constexpr char blanks[] = " \t";
 
 void xstring::trim_left() {
-    erase(0, std::min(find_first_not_of(blanks), size()));
+    erase(0, find_first_not_of(blanks));  // npos: all of it
 }
 
 void xstring::trim_right() {

@@ -16,15 +16,17 @@ TEST(elf, takes_loadable_sections_in_address_order) {
                                       {".tbss", 0x40, "", SHF_ALLOC, SHT_NOBITS, 3},
                                       {"..x", 0x50, "a", SHF_ALLOC | 4},
                                       {"%s too", 0x50, "\0\n"s},
-                                      {"", 0x60, "c"}});
+                                      {"", 0x60, "c"},
+                                      {"boot", 0x70, "longer, and of the same name"}});
     EXPECT_EQ(terminal("umask 0; bankimg -pw -g 0 fw.elf <&- && stat -c %a tbss.bin bank0.dat\n"
                        "tail -v -c +1 .bin .x.bin *.bin",
-                       {{"fw.elf", elf}, {"boot.bin", "older and longer"}}),
+                       {{"fw.elf", elf}}),
               "[.mystack] 00000030 00000034 (5,0x5)\n"
               "[.tbss] 00000040 00000042 (3,0x3)\n"
               "[..x] 00000050 00000050 (1,0x1)\n"
               "[%s too] 00000050 00000051 (2,0x2)\n"
               "[] 00000060 00000060 (1,0x1)\n"
+              "[boot] 00000070 0000008b (28,0x1c)\n"
               "[.boot] 1fc00000 1fc00001 (2,0x2)\n"
               "[" +
                   long_name +

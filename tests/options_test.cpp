@@ -19,7 +19,7 @@ TEST(options, usage_names_the_program_as_it_was_called) {
 
 TEST(options, version_ends_the_run_while_options_are_parsed) {
     for (const char* args : {"-v", "-v -h", "-c missing -v", "-pv -g 2"}) {
-        EXPECT_EQ(terminal(std::string("bankimg ") + args), "v.2.09 14/08/2013\n") << args;
+        EXPECT_EQ(terminal(std::string("bankimg 2>&- ") + args), "v.2.09 14/08/2013\n") << args;
     }
 }
 

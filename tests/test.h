@@ -1,5 +1,4 @@
-// What every test needs. Tests run the built program the way a user does: a shell command in a
-// directory of its own.
+// What every test needs: the built program, run as a user does, in a directory of its own.
 #pragma once
 
 #include <gtest/gtest.h>
