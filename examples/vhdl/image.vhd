@@ -1,6 +1,6 @@
 -- Reads an image of bankimg into a memory of 32-bit words; copy it into your project. VHDL-2008.
--- An image that is longer than the memory ends the simulation; hread reports a line that is none.
--- GHDL takes memories of more than 16 KiB with --max-stack-alloc=0.
+-- Words behind the image stay 'U'. An image that is longer than the memory ends the simulation, and
+-- hread reports a line that is none.
 library ieee;
 use ieee.std_logic_1164.all;
 use std.textio.all;
@@ -12,9 +12,10 @@ end package;
 
 package body image is
     impure function read_image(name : string; words : positive) return word_array is
+        type pointer is access word_array;  -- a variable of this size is too large for GHDL
+        variable memory : pointer := new word_array(0 to words - 1);
         file lines : text open read_mode is name;
         variable current : line;
-        variable memory : word_array(0 to words - 1) := (others => (others => '0'));
         variable place : natural := 0;
     begin
         while not endfile(lines) loop
@@ -24,6 +25,6 @@ package body image is
                 place := place + 1;
             end loop;
         end loop;
-        return memory;
+        return memory.all;
     end function;
 end package body;
