@@ -1,4 +1,5 @@
-// A ROM for synthesis: the image stands in the memory when the device starts.
+// A ROM for synthesis: the image stands in the memory when the device starts. The name and the 64
+// words are to be changed.
 module rom (
     input  wire        clock,
     input  wire [5:0]  address,

@@ -1,6 +1,6 @@
 -- Reads an image of bankimg into a memory of 32-bit words; copy it into your project. VHDL-2008.
--- Words behind the image stay 'U'. An image that is longer than the memory ends the simulation, and
--- hread reports a line that is none.
+-- Words behind the image are 0. An image that is longer than the memory ends the simulation; of a
+-- line that is none, as bankimg-words makes them, hread reports an error, and the simulation goes on.
 library ieee;
 use ieee.std_logic_1164.all;
 use std.textio.all;
@@ -13,7 +13,7 @@ end package;
 package body image is
     impure function read_image(name : string; words : positive) return word_array is
         type pointer is access word_array;  -- a variable of this size is too large for GHDL
-        variable memory : pointer := new word_array(0 to words - 1);
+        variable memory : pointer := new word_array'(0 to words - 1 => x"00000000");
         file lines : text open read_mode is name;
         variable current : line;
         variable place : natural := 0;
