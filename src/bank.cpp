@@ -67,8 +67,9 @@ struct image {
     char* line = lines;      // the open line, or where the next one will begin
     size_t flush_at = 512 * line_len;  // grows, so that a small image touches little of `lines`
 
-    explicit image(const CBank& bank);
-    static int create(const std::string& path);
+    uint64_t written = 0;  // bytes that have left `lines`
+
+    image(const CBank& bank, int to);
     void put_zeros(uint32_t addr, uint32_t end);
     void put_section(const CSect& sect);
     void finish();
@@ -98,18 +99,11 @@ static void put_word(char* to, uint32_t word) {
     }
 }
 
-image::image(const CBank& bank)
-    : fd(create(bank.file_name())),
+image::image(const CBank& bank, int to)
+    : fd(to),
       partial(bank.zero_fill ? zero : space),
       gap_fill(bank.gap_fill),
       next_block(block_of(bank.sections.front().hdr.sh_addr)) {}
-
-// Returns a descriptor of the empty file, or ends the run.
-int image::create(const std::string& path) {
-    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
-    if (fd < 0) oops("Can't open file " + path);
-    return fd;
-}
 
 // Zeros from `addr` up to the first section, at `end`: those in its block leave the line open for
 // it. Lines and not a section of zeros, which would take up to half a gigabyte of memory. `addr` is
@@ -137,7 +131,6 @@ void image::put_section(const CSect& sect) {
 void image::finish() {
     if (line_open) end_line();
     flush();
-    close(fd);
 }
 
 // Gets ready for a section at `addr`. One that begins in the block of the last line, or overlaps
@@ -190,7 +183,9 @@ void image::end_line() {
 }
 
 void image::flush() {
-    write_all(fd, lines, static_cast<size_t>(line - lines));
+    const auto len = static_cast<size_t>(line - lines);
+    write_all(fd, lines, len);
+    written += len;
     line = lines;
     flush_at = std::min(2 * flush_at, sizeof lines);
 }
@@ -227,9 +222,8 @@ std::string CBank::file_name() const {
     return prefix + "_" + elfname + (suffix.empty() ? "" : "_" + suffix) + ".dat";
 }
 
-void CBank::write() const {
-    if (sections.empty()) return;
-    image out(*this);
+uint64_t CBank::write(int fd) const {
+    image out(*this, fd);
     if (zero_start) {
         // Not above the first section: placement found its masked address at or above the base.
         const CSect& first = sections.front();
@@ -237,4 +231,14 @@ void CBank::write() const {
     }
     for (const CSect& sect : sections) out.put_section(sect);
     out.finish();
+    return out.written;
+}
+
+void CBank::write() const {
+    if (sections.empty()) return;
+    const std::string path = file_name();
+    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+    if (fd < 0) oops("Can't open file " + path);
+    write(fd);
+    close(fd);
 }

@@ -42,7 +42,11 @@ struct CBank {
     /// appended, or `name` if one of the first two is empty.
     std::string file_name() const;
 
-    /// Writes the image file, unless the bank holds no section. Ends the run if the file cannot be
-    /// created.
+    /// Writes the image to the open file `fd`; the bank must hold a section. Returns the image's
+    /// length in bytes, also where the system refuses some of them.
+    uint64_t write(int fd) const;
+
+    /// Creates the image file and writes it, unless the bank holds no section. Ends the run if the
+    /// file cannot be created.
     void write() const;
 };

@@ -1,5 +1,5 @@
-// The two records of a 32-bit little-endian ELF file that a run reads. Fields, order and widths
-// are those of the file, so that a record is filled by copying its bytes. See elf(5).
+// The records of a 32-bit little-endian ELF file. Fields, order and widths are as in the file, so
+// that copying its bytes fills a record. See elf(5).
 #pragma once
 
 #include <cstdint>
@@ -14,17 +14,33 @@ struct Ehdr {
     uint16_t e_machine;
     uint32_t e_version;
     uint32_t e_entry;
-    uint32_t e_phoff;
+    uint32_t e_phoff;  // file offset of the program header table
     uint32_t e_shoff;  // file offset of the section header table
     uint32_t e_flags;
     uint16_t e_ehsize;
-    uint16_t e_phentsize;
-    uint16_t e_phnum;
+    uint16_t e_phentsize;  // bytes of one program header
+    uint16_t e_phnum;      // number of program headers
     uint16_t e_shentsize;  // bytes of one section header
     uint16_t e_shnum;      // number of section headers
     uint16_t e_shstrndx;   // index of the header whose section holds the names
 };
 static_assert(sizeof(Ehdr) == 52, "Ehdr lies in memory as in the file");
+
+/// One entry of the program header table. A run of bankimg reads none: it goes by sections.
+struct Phdr {
+    uint32_t p_type;
+    uint32_t p_offset;  // file offset of the segment's bytes
+    uint32_t p_vaddr;   // run-time address of the first byte
+    uint32_t p_paddr;   // load address of the first byte
+    uint32_t p_filesz;  // bytes in the file
+    uint32_t p_memsz;
+    uint32_t p_flags;
+    uint32_t p_align;
+};
+static_assert(sizeof(Phdr) == 32, "Phdr lies in memory as in the file");
+
+/// A value of `p_type`: the segment is loaded.
+constexpr uint32_t PT_LOAD = 1;
 
 /// One entry of the section header table.
 struct Shdr {
