@@ -3,9 +3,7 @@ include(GNUInstallDirs)
 set(BANKIMG_ZSH_COMPLETIONS ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING
   "Directory for the zsh completion, below the prefix")
 
-set(programs bankimg bankimg-map bankimg-check bankimg-words)
-install(TARGETS bankimg RUNTIME)
-install(PROGRAMS tools/bankimg-map tools/bankimg-check tools/bankimg-words TYPE BIN)
+install(TARGETS ${programs} RUNTIME)
 install(FILES doc/_bankimg DESTINATION ${BANKIMG_ZSH_COMPLETIONS})
 foreach(program IN LISTS programs)  # bash looks for a file of the program's name
   install(FILES doc/bankimg.bash

@@ -1,23 +1,32 @@
-# Completion of bankimg and the programs beside it for bash: options, and numbers after -g and -w;
-# files, where nothing is offered here, come from readline.
+# Completion of the four programs for bash: options, the command of bankimg-check, and numbers after
+# -g and -w. Where it offers nothing, readline completes file names.
 # shellcheck shell=bash
 
 _bankimg() {
-    local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
+    local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} program=${1##*/} each
+    if [[ $program == bankimg-check ]]; then # after the command, its options count
+        for each in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+            if [[ ${each##*/} == bankimg?(-map) ]]; then program=${each##*/}; fi
+        done
+    fi
     local plain=bhnpPvwz with_argument=cCg numbers="0 1" number_after=g
-    case ${1##*/} in
+    case $program in
         bankimg-map) plain+=l with_argument+=x ;;
-        bankimg-check) plain+=alu with_argument+=mx ;;
-        bankimg-words) plain=h with_argument=aflnw numbers="8 16 32 64 128" number_after=w ;;
+        bankimg-check) plain=ahu with_argument=m ;;
+        bankimg-words) plain=h with_argument=aeflnw numbers="8 16 32 64 128" number_after=w ;;
     esac
     COMPREPLY=()
     # The last letter of a group decides what follows it, unless the argument is attached.
     if [[ $previous =~ ^-[$plain]*$number_after$ ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$numbers" -- "$word")
-    elif [[ $word == -* && ! $previous =~ ^-[$plain]*[$with_argument]$ ]]; then
+    elif [[ $previous =~ ^-[$plain]*[$with_argument]$ ]]; then
+        return
+    elif [[ $word == -* ]]; then
         local options
         options=$(fold -w 1 <<<"$plain$with_argument" | sed 's/^/-/')
         mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word")
+    elif [[ $program == bankimg-check ]]; then
+        mapfile -t COMPREPLY < <(compgen -W "bankimg bankimg-map" -- "$word")
     fi
 }
 complete -o default -F _bankimg bankimg bankimg-map bankimg-check bankimg-words

@@ -19,5 +19,8 @@ int main() {
     write_seed("alias", elf_file({{"a", 0x1fc00010, "x"}, {"b", 0x1fc00020, "y"}}));
     write_seed("wrap", elf_file({{"a", 0xfffffff8, bytes}}));
     write_seed("outside", elf_file({{"a", 0x18450000, bytes}}));
+    write_seed("stored", elf_file({{".text", 0x18440000, bytes, SHF_ALLOC, 1, 0, 0x18440000},
+                                   {".data", 0x18400000, bytes, SHF_ALLOC, 1, 0, 0x18440028},
+                                   {"a/b", 0x18400020, "x"}}));
     write_seed("cut", elf_file({{"a", 0, "x", SHF_ALLOC, 1, 0x1000}}));
 }

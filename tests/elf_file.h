@@ -15,11 +15,12 @@ struct elf_section {
     uint32_t flags = SHF_ALLOC;
     uint32_t type = 1;  // SHT_PROGBITS
     uint32_t size = 0;  // taken from `data` if 0
+    uint32_t load = 0;  // load address of a segment that holds the section alone; none if 0
 };
 
 /// Returns an ELF file that holds header 0, `sections`, and the section of their names; the parts
-/// lie in the order file header, section bytes, section header table, names. `damage` may change
-/// the headers.
+/// lie in the order file header, section bytes, program headers, section headers, names. `damage`
+/// may change the headers but the program headers.
 std::string elf_file(const std::vector<elf_section>& sections,
                      const std::function<void(Ehdr&, Shdr*)>& damage = nullptr);
 

@@ -1,6 +1,6 @@
 -- Reads an image of bankimg into a memory of 32-bit words; copy it into your project. VHDL-2008.
--- Words behind the image are 0. An image that is longer than the memory ends the simulation; of a
--- line that is none, as bankimg-words makes them, hread reports an error, and the simulation goes on.
+-- Words after the image are 0. An image that is longer than the memory ends the simulation. For a
+-- line of another form, such as those of bankimg-words, hread reports an error and goes on.
 library ieee;
 use ieee.std_logic_1164.all;
 use std.textio.all;
@@ -20,7 +20,7 @@ package body image is
     begin
         while not endfile(lines) loop
             readline(lines, current);
-            for i in 1 to 4 loop  -- the comment behind the words stays unread
+            for i in 1 to 4 loop  -- the comment after the words stays unread
                 hread(current, memory(place));
                 place := place + 1;
             end loop;

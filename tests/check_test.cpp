@@ -1,0 +1,269 @@
+// bankimg-check: what it finds in a run, and what it lets pass.
+#include <random>
+
+#include "test.h"
+
+static const std::string bytes = ascending(16, 1);
+
+// What "bankimg-check COMMAND fw.elf" says; the file c holds `banks`.
+static std::string check(const std::string& command, const std::vector<elf_section>& sections,
+                         const std::string& banks = "",
+                         const std::function<void(Ehdr&, Shdr*)>& damage = nullptr) {
+    return terminal("bankimg-check " + command + " fw.elf",
+                    {{"fw.elf", elf_file(sections, damage)}, {"c", banks}});
+}
+
+static const std::vector<elf_section> good{{".text", 0x18440000, bytes},
+                                           {".boot", 0x1fc00000, bytes}};
+
+TEST(check, has_nothing_to_say_of_a_good_run_and_writes_nothing) {
+    for (const std::string command :
+         {"bankimg fw.elf -pPwzn -g 0 -g 1", "bankimg-map fw.elf -lw -x .boot",
+          "-u bankimg -b missing.elf c", "bankimg -h -g 2", "bankimg-map -v"}) {
+        EXPECT_EQ(terminal("POSIXLY_CORRECT=1 bankimg-check " + command + "; ls",
+                           {{"fw.elf", elf_file(good)}}),
+                  "fw.elf\n");
+    }
+}
+
+TEST(check, shows_how_full_the_banks_are) {
+    EXPECT_EQ(check("-ua bankimg -g 0 -C c",
+                    {{".rodata", 0x98400100, std::string(64, 'r')},
+                     {".data", 0x98400180, std::string(24, 'd')},
+                     {".text", 0x18440000, std::string(248, 't')},
+                     {".boot", 0x1fc00007, std::string(20, 'b')}},
+                    "ram.dat 18400100 1840019f\nROM 18440000 184400f7\nfree.dat 0 1\n"
+                    "odd.dat 1fc00007 1fc00021\nspare.dat 2 3"),
+              "ram.dat  18400100 1840019f         88 of        160 bytes  55.0%  "
+              "[################................######..]\n"
+              "ROM      18440000 184400f7        248 of        248 bytes 100.0%  "
+              "[########################################]\n"
+              "odd.dat  1fc00007 1fc00021         20 of         27 bytes  74.1%  "
+              "[#############################+..........]\n"
+              "free: free.dat spare.dat\n");
+    EXPECT_EQ(
+        check("-u bankimg -C c", {{"past the end", 0x10, bytes}}, "all 8 17"),
+        "all  00000008 00000017          8 of         16 bytes  50.0%  "
+        "[....................####################]\n"
+        "error: all: [past the end] 00000010 0000001f runs past the end of the bank\nexit 1\n");
+}
+
+TEST(check, files_that_a_run_takes_for_others) {
+    const auto refused = [](void damage(Ehdr&, Shdr*)) {
+        return check("-u bankimg-map", good, "", damage);
+    };
+    EXPECT_EQ(refused([](Ehdr& e, Shdr*) { e.e_ident[4] = 2; }),
+              "error: a 64-bit file: build for 32 bits, or convert it: objcopy -S -O elf32-...\n"
+              "exit 1\n");
+    EXPECT_EQ(refused([](Ehdr& e, Shdr*) { e.e_ident[5] = 2; }),
+              "error: a big-endian file: the words of images are little-endian\nexit 1\n");
+    EXPECT_EQ(refused([](Ehdr& e, Shdr*) { e.e_type = 1; }),
+              "error: a relocatable file, whose sections have no addresses: link it first\n"
+              "exit 1\n");
+    EXPECT_EQ(refused([](Ehdr& e, Shdr*) { e.e_shnum = 0; }),
+              "error: a file without section headers: there is no image\nexit 1\n");
+}
+
+TEST(check, run_that_fails_says_what_it_would_say) {
+    const file_map inputs{{"fw.elf", elf_file({{".a", 0x1fffffff, "a"}, {".b", 0x20000000, "b"}})},
+                          {"c", "a.dat 10000000 1fffffff\nb.dat 3fffffff 40000000\n"},
+                          {"cut", elf_file({}).substr(0, 51)},
+                          {"segments", elf_file(good, [](Ehdr& e, Shdr*) { e.e_phnum = 1; })}};
+    const std::string second =
+        "error: c: a second file name is ignored: is -C missing in front of it?\n";
+    const std::pair<std::string, std::string> cases[] = {
+        {"bankimg missing", "Can't open file missing\n"},
+        {"bankimg c c", second + "is not ELF file\n"},
+        {"bankimg -c fw.elf fw.elf c",
+         second + terminal("bankimg -c fw.elf fw.elf 2>&1; true", inputs)},
+        {"-u bankimg cut", "ELF header is cut short\n"},
+        {"bankimg-map -C c fw.elf",
+         "bank b.dat 3fffffff 40000000 crosses a multiple of 20000000: divide it there\n"},
+        {"bankimg -C c fw.elf",
+         "[0]: a.dat\t10000000 1fffffff\n[1]: b.dat\t3fffffff 40000000\n"
+         "Section .b 0x20000000 0x20000000 can't add to banks\n"},
+        {"./bankimg -g 2", terminal("ln -s \"$(command -v bankimg)\" .; ./bankimg -g 2; true")},
+        {"bankimg-map -z", terminal("bankimg-map; true")},
+        {"bankimg -l", "bankimg: invalid option -- 'l'\n" + terminal("bankimg; true")},
+    };
+    for (const auto& [command, said] : cases) {
+        EXPECT_EQ(terminal("bankimg-check " + command, inputs), said + "exit 1\n") << command;
+    }
+}
+
+TEST(check, bytes_that_no_image_has) {
+    const std::string zeros(5000, '\0');
+    EXPECT_EQ(check("bankimg-map -x .bss.x", {{".bss", 0, zeros},
+                                              {"my.sbss", 0x2000, zeros + "x"},
+                                              {".stack", 0x4000, "", SHF_ALLOC, SHT_NOBITS, 4},
+                                              {".bss.x", 0x5000, "x"},
+                                              {".debug.bss", 0, "x", 0},
+                                              {".text", 0x6000, "x", SHF_ALLOC, 1, 400}}),
+              "bankimg-map: no section is called .bss.x\n"
+              "error: [my.sbss] 00002000 00003388: left out because of its name, but not empty: "
+              "rename it\n"
+              "error: [.text] 00006000 0000618f: the file ends before the section does\nexit 1\n");
+    EXPECT_EQ(check("bankimg-map -x .text", {{".text", 0, "x"}, {".bss", 0, zeros}}),
+              "error: no section is loaded: there is no image\nexit 1\n");
+}
+
+TEST(check, sections_that_overlap) {
+    // g begins inside f, which wraps: it follows f in the bank.
+    EXPECT_EQ(check("bankimg-map -g 0 -C c",
+                    {{"a", 0xf0000000, "a"},
+                     {"b", 0xf0000010, bytes},
+                     {"c", 0xf000001c, bytes},
+                     {"d", 0xf0000020, bytes},
+                     {"f", 0xfffffff8, bytes},
+                     {"g", 0xfffffffc, "g"}},
+                    "top f0000000 ffffffff"),
+              "error: top: [d] f0000020 f000002f overlaps [c] f000001c f000002b\n"
+              "error: top: [c] f000001c f000002b overlaps [b] f0000010 f000001f\n"
+              "error: top: [g] fffffffc fffffffc overlaps [f] fffffff8 00000007\n"
+              "error: top: [f] fffffff8 00000007 runs past the end of the bank\nexit 1\n");
+    constexpr uint32_t tls = SHF_ALLOC | 0x400;
+    const auto overlap = [](const elf_section& a, const elf_section& b) {
+        const std::string said = check("bankimg -C c", {a, b}, "r 20000000 2000000f");
+        return said.substr(0, said.find('\n'));
+    };
+    const elf_section zeros{".tbss", 0x20000000, "", tls, SHT_NOBITS, 4};
+    EXPECT_EQ(overlap({".data", 0x20000000, "x"}, zeros),
+              "error: r: [.tbss] 20000000 20000003 overlaps [.data] 20000000 20000000: "
+              "leave it out: bankimg-map -x .tbss");
+    EXPECT_EQ(overlap(zeros, {".space", 0x20000000, "", SHF_ALLOC, SHT_NOBITS, 4}),
+              "error: r: [.space] 20000000 20000003 overlaps [.tbss] 20000000 20000003: "
+              "leave it out: bankimg-map -x .tbss");
+    EXPECT_EQ(overlap({".tdata", 0x20000000, "x", tls}, {".data", 0x20000000, "x"}),
+              "error: r: [.data] 20000000 20000000 overlaps [.tdata] 20000000 20000000");
+}
+
+TEST(check, addresses_that_only_their_top_three_bits_tell_apart) {
+    const std::vector<elf_section> arm{{".text", 0, bytes}, {".data", 0x20000010, bytes}};
+    const std::string map = "low.dat 0 ff\nhigh.dat 20000000 200000ff\n";
+    EXPECT_EQ(check("bankimg -g 0 -C c", arm, map),
+              "error: low.dat: [.data] 20000010 2000001f is in the bank only without the top three "
+              "address bits: use bankimg-map, or -a if both are one memory\nexit 1\n");
+    EXPECT_EQ(check("-a bankimg-map -C c", arm, map), "");
+    const std::string aliases =
+        "error: low.dat: [.data] 20000010 2000001f lies in the range of high.dat: one memory needs "
+        "one bank\n"
+        "error: low.dat: [.data] 20000010 2000001f differs from [.text] 00000000 0000000f in the "
+        "top three address bits, which count in gaps\n";
+    EXPECT_EQ(check("-a -m 94 bankimg -g 0 -C c", arm, map), aliases + "exit 1\n");
+    for (const uint16_t mips : {uint16_t{8}, uint16_t{10}}) {
+        const auto damage = [&](Ehdr& ehdr, Shdr*) { ehdr.e_machine = mips; };
+        EXPECT_EQ(check("-m 93 bankimg -g 0 -C c", arm, map, damage),
+                  aliases + "error: low.dat: the image takes 94 bytes, more than 93\nexit 1\n");
+    }
+    // The bank has other top bits than its sections, of which only the first is told.
+    EXPECT_EQ(check("-a bankimg -g 0 -C c",
+                    {{"a", 0x80000000, "a"},
+                     {"b", 0x80000020, "bb"},
+                     {"c", 0xa0000010, "c"},
+                     {"d", 0xa0000011, "d"}},
+                    "x 20000000 20000020\nnone 3fffffff 40000000"),
+              "error: x: [b] 80000020 80000021 runs past the end of the bank\n"
+              "error: x: [c] a0000010 a0000010 differs from [a] 80000000 80000000 in the top three "
+              "address bits, which count in gaps\n"
+              "error: none: takes nothing: without the top three address bits it ends below its "
+              "start: divide it\nexit 1\n");
+}
+
+// Random layouts: under -m 0 every length is told.
+TEST(check, lengths_are_those_of_the_images) {
+    std::mt19937 random(1);
+    for (int i = 0; i < 30; i++) {
+        std::vector<elf_section> sections;
+        for (auto count = 1 + random() % 6; count > 0; count--) {
+            sections.push_back({"s",
+                                static_cast<uint32_t>(random() % 2 * 0x18400000 + random() % 200),
+                                ascending(1 + random() % 50)});
+        }
+        const std::string run = "bankimg fw.elf -C c" + std::string(i % 2 == 0 ? " -z" : "") +
+                                (i % 3 == 0 ? " -g 0" : "");
+        EXPECT_EQ(terminal("bankimg-check -m 0 " + run +
+                               " | sed -n 's/.*: \\(.*\\): the image takes \\(.*\\) bytes.*/\\2 "
+                               "\\1/p' >told\n" +
+                               run + "; wc -c *.dat | sed '/total/d; s/^ *//' | diff told -",
+                           {{"fw.elf", elf_file(sections)},
+                            {"c", "a.dat 0 1f\nb.dat 20 ffff\nc.dat 183ffff8 1fffffff"}}),
+                  "")
+            << i;
+    }
+}
+
+TEST(check, outputs_of_one_name) {
+    const std::vector<elf_section> sections{
+        {"rom", 0, "a"}, {".rom", 0x100, "b"}, {".fw", 0x200, "c"}};
+    EXPECT_EQ(
+        check("bankimg -C ././c", sections, "c 0 ff\n./b/../fw.elf 100 1ff\nfw.elf/../x 200 2ff"),
+        "error: c: a bank file and the image of c are one file\n"
+        "error: ./b/../fw.elf: the ELF file and the image of ./b/../fw.elf are one file\nexit 1\n");
+    EXPECT_EQ(
+        check("bankimg -n -C c", sections,
+              "a.dat 0 ff a,b c\nb.dat 100 1ff a,b c\nc.dat 200 2ff a b,c"),
+        "error: a,b_fw_c.dat: the image of a.dat and the image of b.dat are one file\nexit 1\n");
+    EXPECT_EQ(check("bankimg -w -C c", sections, "./rom.bin 0 2ff\nfw.bin 400 4ff"),
+              "error: rom.bin: the image of ./rom.bin and the raw file of [rom] 00000000 00000000 "
+              "are one file\n"
+              "error: rom.bin: the raw file of [rom] 00000000 00000000 and the raw file of [.rom] "
+              "00000100 00000100 are one file\nexit 1\n");
+}
+
+TEST(check, raw_files_that_cannot_be_written) {
+    const std::string too_long(252, 'n');
+    const file_map inputs{{"fw.elf", elf_file({{"a/b", 0, "x"},
+                                               {".dir", 16, "x"},
+                                               {too_long, 32, "x"},
+                                               {too_long.substr(1), 48, "x"}})}};
+    EXPECT_EQ(
+        terminal("mkdir dir.bin; bankimg-check bankimg fw.elf && bankimg-check bankimg -w fw.elf",
+                 inputs),
+        "error: [a/b] 00000000 00000000: -w takes its name as a path: rename it\n"
+        "error: dir.bin: the raw file of [.dir] cannot be written\n"
+        "error: " +
+            too_long + ".bin: the raw file of [" + too_long + "] cannot be written\nexit 1\n");
+}
+
+TEST(check, banks_that_are_not_as_meant) {
+    EXPECT_EQ(check("bankimg -zC c", {{".text", 0x108, bytes}},
+                    "\xef\xbb\xbfrom.dat 104 1ff\nodd 208 2ff"),
+              "error: \xef\xbb\xbfrom.dat: the bank file begins with a byte order mark: save it "
+              "without one\n"
+              "error: \xef\xbb\xbfrom.dat: does not begin at a multiple of 16: under -z its words "
+              "are shifted\nexit 1\n");
+}
+
+TEST(check, notes_end_no_build) {
+    const std::vector<elf_section> sections{
+        {".data", 0x18400000, bytes, SHF_ALLOC, 1, 0, 0x18440100},
+        {".text", 0x18440000, bytes, SHF_ALLOC, 1, 0, 0x18440000},
+        {".noinit", 0x18400100, "", SHF_ALLOC, SHT_NOBITS, 4}};
+    const file_map inputs{{"fw.elf", elf_file(sections)}, {"bank0.dat", ""}, {"text_fw_1.dat", ""}};
+    const std::string sections_said =
+        "note: [.data] 18400000 1840000f: is stored at 18440100 for the startup code to copy: "
+        "bankimg-map -l puts it there\n"
+        "note: [.noinit] 18400100 18400103: has no bytes in the file: zeros are written\n";
+    const std::string old = ": is there already, and its bank receives nothing now\n";
+    EXPECT_EQ(terminal("mkdir bank1.dat; bankimg-check bankimg fw.elf", inputs),
+              sections_said + "note: bank0.dat" + old);
+    EXPECT_EQ(terminal("bankimg-check bankimg -g 1x -g 0x1 -n fw.elf", inputs),
+              "note: -g 0x1: read as 0\n" + sections_said + "note: text_fw_1.dat" + old +
+                  "note: bank0.dat" + old);
+    EXPECT_EQ(terminal("bankimg-check bankimg-map -g x -g ' 1' -lx .text fw.elf", inputs),
+              "note: -g  1: read as 1\nnote: bank0.dat" + old);
+}
+
+TEST(check, its_own_command_line) {
+    const std::string usage = terminal("bankimg-check -h");
+    EXPECT_EQ(usage.find("Usage: bankimg-check ["), 0);
+    EXPECT_EQ(terminal("bankimg-check >&-"), usage + "exit 1\n");
+    EXPECT_EQ(terminal("bankimg-check -l bankimg >&-"),
+              "bankimg-check: invalid option -- 'l'\n" + usage + "exit 1\n");
+    EXPECT_EQ(terminal("bankimg-check fw.elf"),
+              "bankimg-check: fw.elf: not bankimg or bankimg-map\nexit 1\n");
+    for (const std::string text : {"", "-1", "64K"}) {
+        EXPECT_EQ(terminal("bankimg-check -m '" + text + "' bankimg"),
+                  "bankimg-check: -m " + text + ": not a number of bytes\nexit 1\n");
+    }
+}

@@ -1,0 +1,13 @@
+# shellcheck shell=sh
+# Shared by the tests beside it: sourced, with the built bankimg as $1. Makes a new directory the
+# current one.
+set -eu
+top=$(cd "$(dirname "$0")/../.." && pwd)
+examples=$top/examples
+PATH=$(dirname "$(realpath "$1")"):$PATH
+directory=$(mktemp -d)
+trap 'rm -rf "$directory"' EXIT
+ulimit -f 204800 # 100 MiB: what goes wrong must not fill the disk
+cd "$directory"
+
+fail() { echo "FAIL: $*"; exit 1; }

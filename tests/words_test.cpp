@@ -1,0 +1,157 @@
+// bankimg-words: widths, lanes, gaps, lengths, and what is no image.
+#include "test.h"
+
+static std::string words(const std::string& options, const std::string& image) {
+    return terminal("bankimg-words " + options, {{"a.dat", image}});
+}
+
+// A line of an image whose bytes ascend from `first`.
+static std::string line(const std::string& address, int first = 0) {
+    std::string text;
+    char digits[sizeof "00"];
+    for (int byte : {3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12}) {
+        snprintf(digits, sizeof digits, "%02x", first + byte);
+        text += digits;
+        if (byte % 4 == 0) text += ' ';
+    }
+    return text + "//" + address + "\n";
+}
+
+// The words of `bytes` in one lane: the byte at the lowest address on the right.
+static std::string words_of(const std::string& bytes, size_t size, size_t lane, size_t lanes) {
+    std::string text;
+    char digits[sizeof "00"];
+    for (size_t word = lane; word < bytes.size() / size; word += lanes) {
+        for (size_t i = size; i > 0; i--) {
+            snprintf(digits, sizeof digits, "%02x", bytes[word * size + i - 1] & 0xff);
+            text += digits;
+        }
+        text += '\n';
+    }
+    return text;
+}
+
+TEST(words, of_every_width_and_lane) {
+    const std::string bytes = ascending(256, 1);
+    const file_map inputs{{"fw.elf", elf_file({{".text", 0x18440000, bytes}})}};
+    for (const unsigned size : {1U, 2U, 4U, 8U, 16U}) {
+        for (const auto& [lane, lanes] :
+             {std::pair<size_t, size_t>{0, 1}, {1, 2}, {2, 3}, {7, 8}, {16, 17}}) {
+            const std::string options = "-w " + std::to_string(8 * size) + " -l " +
+                                        std::to_string(lane) + "/" + std::to_string(lanes);
+            EXPECT_EQ(
+                terminal("bankimg fw.elf; POSIXLY_CORRECT=1 bankimg-words pram0.dat " + options,
+                         inputs),
+                words_of(bytes, size, lane, lanes))
+                << options;
+        }
+    }
+    EXPECT_EQ(words("<a.dat", line("18440000")), words_of(ascending(16), 4, 0, 1));
+}
+
+// The last digit of an address does not count: the line has all words of its block.
+TEST(words, records_tell_the_place_of_a_line_that_does_not_follow) {
+    const std::string image =
+        line("00000020") + line("00000038", 16) + line("00000058", 32) + line("00000000", 48);
+    EXPECT_EQ(words("-a 0x00000000 -w 64 a.dat", image),
+              "@4\n0706050403020100\n0f0e0d0c0b0a0908\n1716151413121110\n1f1e1d1c1b1a1918\n"
+              "@a\n2726252423222120\n2f2e2d2c2b2a2928\n@0\n3736353433323130\n3f3e3d3c3b3a3938\n");
+    // Of three lanes of 128 bits, this one has words in the second and in the sixth block.
+    EXPECT_EQ(words("-a 0 -w 128 -l 2/3 a.dat", image),
+              "0f0e0d0c0b0a09080706050403020100\n2f2e2d2c2b2a29282726252423222120\n");
+    EXPECT_EQ(words("-a 0 -w 128 -l 1/3 a.dat", line("00000010") + line("00000070")),
+              "0f0e0d0c0b0a09080706050403020100\n@2\n0f0e0d0c0b0a09080706050403020100\n");
+    EXPECT_EQ(words("-a 0 -w 8 -l 15/16 a.dat", line("fffffff0")), "@fffffff\n0f\n");
+    EXPECT_EQ(words("-w 8 -l 0/16 a.dat", line("fffffff0") + line("00000000", 9)), "00\n09\n");
+}
+
+TEST(words, fill_a_memory_of_known_length) {
+    const std::string image = line("1fffffe0", 16) + line("1fffffc8") + line("1fffffe0", 32);
+    const std::string first = "0f0e0d0c0b0a09080706050403020100\n",
+                      last = "2f2e2d2c2b2a29282726252423222120\n";
+    const std::string filler = "0e0e0e0e0e0e0e0e0e0e0e0e0e0e0e0e\n";
+    EXPECT_EQ(words("-w 128 -a 1FFFFFB0 -n 6 -f E a.dat", image),
+              filler + first + filler + last + filler + filler);
+    EXPECT_EQ(words("-w 128 -a 1FFFFFB0 -e 0X1fffffef -f 0e a.dat", image),
+              filler + first + filler + last);
+    EXPECT_EQ(words("-w 32 -l 3/8 -a 1fffffc0 -e 1fffffff -f A5 a.dat", image),
+              "0f0e0d0c\n2f2e2d2c\n");
+    EXPECT_EQ(words("-w 16 -n 10 a.dat", line("18440000")),
+              words_of(ascending(16), 2, 0, 1) + "0000\n0000\n");
+    EXPECT_EQ(words("-n 0", ""), "");
+    EXPECT_EQ(words("-n 1 </dev/null", ""), "00000000\n");
+}
+
+TEST(words, refuse_what_is_no_image_or_does_not_fit) {
+    const std::string good = line("18440000"), gap = good + line("18440020");
+    const std::string not_a_line = ": not a line of an image";
+    std::vector<std::tuple<std::string, std::string, std::string>> cases{
+        {"", gap, "a.dat:2: does not follow the line before: -a FIRST is needed"},
+        {"-a 18440010", gap, "a.dat:1: lies below the first address of -a"},
+        {"-n 3", good, "a.dat:1: needs 4 words, more than -n 3"},
+        {"-a 18440000 -n 11", gap + good, "a.dat:3: needs 12 words, more than -n 11"},
+        {"-a 18440000 -e 1844000f -w 8 -l 3/4", gap,
+         "a.dat:2: needs 12 words, more than the 4 up to -e 1844000f"},
+        {"missing.dat", "", "missing.dat: cannot be opened"},
+        {".", "", ".: cannot be read"},
+        {"- <a.dat", "", "-: cannot be opened"},
+        {"", good + "\n", "a.dat:2" + not_a_line},
+        {"", good + good.substr(0, 45), "a.dat:2" + not_a_line},
+        {"", good.substr(0, 46) + "0", "a.dat:1" + not_a_line},
+        {"-w 24", "", "-w 24: not 8, 16, 32, 64 or 128"},
+        {"-n 1k", "", "-n 1k: not a number of words"},
+        {"-n 010", "", "-n 010: not a number of words"},
+        {"-n 1000000000", "", "-n 1000000000: not a number of words"},
+        {"-a 18440008", "", "-a 18440008: not a multiple of 16"},
+        {"-f 100 -n 1", "", "-f 100: not a byte of two hexadecimal digits"},
+        {"-f Ff", "", "-f Ff: -n or -e is missing"},
+        {"-e f", "", "-e f: -a FIRST is missing"},
+        {"-e f -a 0 -n 4", "", "-e f: -n tells the length, too"},
+        {"-e f -a 10", "", "-e f: lies below the first address of -a"},
+        {"-e f -a 0 -l 0/3", "", "-e f: not a whole number of words of each lane"},
+    };
+    for (size_t i = 0; i < good.size(); i++) {  // any other character, in any place
+        std::string image = good;
+        image[i] = image[i] == ' ' ? '0' : i == 42 ? 'A' : ' ';
+        cases.push_back({"", image, "a.dat:1" + not_a_line});
+    }
+    for (const char* lanes : {"4/4", "2", "1/", "/2", "0/0", "0/2/3", "-1/2", "0/1000000000"}) {
+        cases.push_back(
+            {std::string("-l ") + lanes, "",
+             std::string("-l ") + lanes + ": not LANE/LANES, with LANE from 0 to LANES-1"});
+    }
+    for (const char* addr : {"", "0x", "g", "123456780", "1 0"}) {
+        cases.push_back({"-a '" + std::string(addr) + "'", "",
+                         "-a " + std::string(addr) + ": not a hexadecimal address"});
+    }
+    for (const auto& [options, image, message] : cases) {
+        const bool names_image = options.find_first_of(".<") != std::string::npos;
+        EXPECT_EQ(words(options + (names_image ? "" : " a.dat") + " >/dev/null", image),
+                  "bankimg-words: " + message + "\nexit 1\n")
+            << options;
+    }
+}
+
+TEST(words, of_a_long_image_are_complete_or_end_with_a_message) {
+    const file_map inputs{{"fw.elf", elf_file({{"a", 0, "a"}, {"b", 200000, "b"}})}};
+    const std::string make = "bankimg fw.elf; ";
+    EXPECT_EQ(terminal(make + "bankimg-words bank0.dat | tr -d '\\n' >made; cut -c 1-35 bank0.dat "
+                              "| tr -d ' \\n' | cmp - made",
+                       inputs),
+              "");
+    EXPECT_EQ(
+        terminal(make + "sed -i 12000s/0/x/ bank0.dat; bankimg-words bank0.dat >/dev/null", inputs),
+        "bankimg-words: bank0.dat:12000: not a line of an image\nexit 1\n");
+    for (const std::string args : {"bank0.dat", "-n 100000 bank0.dat", "-n 4 /dev/null"}) {
+        EXPECT_EQ(terminal(make + "bankimg-words " + args + " >/dev/full", inputs),
+                  "bankimg-words: cannot write: No space left on device\nexit 1\n");
+    }
+}
+
+TEST(words, usage) {
+    const std::string usage = terminal("bankimg-words -h");
+    EXPECT_EQ(usage.find("Usage: bankimg-words ["), 0);
+    EXPECT_EQ(terminal("bankimg-words a b >&-"), usage + "exit 1\n");
+    EXPECT_EQ(terminal("bankimg-words -b"),
+              "bankimg-words: invalid option -- 'b'\n" + usage + "exit 1\n");
+}

@@ -1,0 +1,365 @@
+// bankimg-words: an image's words in another width, one a line on stdout, as $readmemh reads them.
+//
+// Each line of an image becomes a block: the 32 digits of its sixteen bytes as one number, of which
+// a word of any width is a part. -w 64 prints the right half of this block, then the left one:
+//
+//     03020100 07060504 0b0a0908 0f0e0d0c //18440000
+//     0f0e0d0c0b0a09080706050403020100
+//
+// Memories side by side, the lanes, take the words in turn. One of them is printed as it comes, or,
+// where its length is known, gathered first: lines may then come in any order.
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cinttypes>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <string>
+
+#include "report.h"
+
+constexpr size_t line_len = 47;  // of an image's line, newline included
+constexpr size_t address_pos = 38;
+constexpr size_t block_digits = 32;
+constexpr size_t block_size = 16;  // bytes
+
+namespace {
+
+// What the command line asks for.
+struct settings {
+    size_t digits = 8;                 // of a word, from -w
+    uint64_t lane = 0, lanes = 1;      // -l
+    const char* first_text = nullptr;  // -a; null if not given
+    uint64_t first = 0;                // the memory's first address
+    const char* last_text = nullptr;   // -e; null if not given
+    uint64_t last = 0;                 // the memory's last address
+    bool has_depth = false;            // -n or -e
+    uint64_t depth = 0;                // words of the lane
+    std::string depth_text;            // the option that gave them
+    const char* fill_text = nullptr;   // -f; null if not given
+    std::string fill = "00";           // two digits
+    const char* image = nullptr;       // null for stdin
+};
+
+// The lines of an image, one after the other.
+struct image_reader {
+    const char* name = nullptr;  // for messages
+    FILE* file = nullptr;
+    uint64_t number = 0;            // of the line, from 1
+    uint32_t address = 0;           // of the line
+    char block[block_digits] = {};  // of the line
+    char* at = nullptr;             // the next line in `buffer`
+    char* end = nullptr;
+    char buffer[4096 * line_len] = {};
+
+    bool next();
+    bool fill();
+    [[noreturn]] void refuse(const std::string& what) const;
+};
+
+// The words of the lane, on their way to stdout.
+struct lane_words {
+    const settings& opts;
+    size_t in_block;       // words of a block, of all lanes
+    size_t entry_len;      // bytes of a word and its newline
+    std::string filler;    // the entry of a word that the image does not have
+    uint64_t end = 0;      // place in the lane after the word printed last
+    uint64_t top = 0;      // words that the lane needs
+    std::string gathered;  // entries of the lane from its start
+
+    explicit lane_words(const settings& options);
+    void put_block(uint64_t number, const char* block);
+    void gather(uint64_t place, const char* entries, size_t count);
+    void print_gathered(const image_reader& image);
+};
+
+// The value of each hexadecimal digit, in lower case; 16 for any other character.
+struct digit_table {
+    uint8_t value[256] = {};
+    constexpr digit_table() {
+        for (uint8_t& each : value) each = 16;
+        for (uint8_t i = 0; i < 16; i++) value[static_cast<uint8_t>("0123456789abcdef"[i])] = i;
+    }
+};
+constexpr digit_table hex;
+
+}  // namespace
+
+[[noreturn]] static void fail(const std::string& message) {
+    oops("bankimg-words: " + message);
+}
+
+// Options.
+
+static void print_usage(FILE* stream) {
+    fputs(
+        "Usage: bankimg-words [-w BITS] [-l LANE/LANES] [-a FIRST] [-e LAST | -n WORDS] [-f BYTE]"
+        " [IMAGE]\n"
+        "Prints the words of an image, or of stdin, one a line.\n"
+        "  -w BITS        bits of a word: 8, 16, 32 (default), 64 or 128\n"
+        "  -l LANE/LANES  one of several lanes: 2/4 is every fourth word, from the third on\n"
+        "  -a FIRST       the memory's first address, hexadecimal: gaps become @ records\n"
+        "  -e LAST        the memory's last address, hexadecimal: print every word up to it\n"
+        "  -n WORDS       the memory's length: print that many words\n"
+        "  -f BYTE        with -e or -n: the byte that fills the memory, hexadecimal (default 00)\n"
+        "  -h             print this text\n",
+        stream);
+}
+
+// Reads a decimal number of at most nine digits.
+static bool parse_number(const std::string& text, uint64_t& value) {
+    if (text.empty() || text.size() > 9 || (text[0] == '0' && text.size() > 1)) return false;
+    if (text.find_first_not_of("0123456789") != std::string::npos) return false;
+    value = strtoull(text.c_str(), nullptr, 10);
+    return true;
+}
+
+// Reads a hexadecimal number of at most `most` digits, which "0x" or "0X" may precede.
+static bool parse_hex(const char* text, size_t most, uint64_t& value) {
+    if (text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) text += 2;
+    const size_t len = strlen(text);
+    if (len == 0 || len > most || strspn(text, "0123456789abcdefABCDEF") != len) return false;
+    value = strtoull(text, nullptr, 16);
+    return true;
+}
+
+static void set_width(settings& opts, const std::string& text) {
+    for (const unsigned bits : {8U, 16U, 32U, 64U, 128U}) {
+        if (text != std::to_string(bits)) continue;
+        opts.digits = bits / 4;
+        return;
+    }
+    fail("-w " + text + ": not 8, 16, 32, 64 or 128");
+}
+
+static void set_lane(settings& opts, const std::string& text) {
+    const size_t slash = text.find('/');
+    if (slash != std::string::npos && parse_number(text.substr(0, slash), opts.lane) &&
+        parse_number(text.substr(slash + 1), opts.lanes) && opts.lane < opts.lanes) {
+        return;
+    }
+    fail("-l " + text + ": not LANE/LANES, with LANE from 0 to LANES-1");
+}
+
+static void set_address(const char* option, const char* text, uint64_t& address) {
+    if (parse_hex(text, 8, address)) return;
+    fail(std::string(option) + " " + text + ": not a hexadecimal address");
+}
+
+static void set_fill(settings& opts, const char* text) {
+    uint64_t byte = 0;
+    if (!parse_hex(text, 2, byte)) {
+        fail("-f " + std::string(text) + ": not a byte of two hexadecimal digits");
+    }
+    opts.fill = {"0123456789abcdef"[byte / 16], "0123456789abcdef"[byte % 16]};
+    opts.fill_text = text;
+}
+
+static void set_depth(settings& opts, const std::string& text) {
+    if (!parse_number(text, opts.depth)) fail("-n " + text + ": not a number of words");
+    opts.has_depth = true;
+    opts.depth_text = "-n " + text;
+}
+
+// Makes a number of words of the last address.
+static void measure(settings& opts) {
+    const std::string option = "-e " + std::string(opts.last_text);
+    if (opts.first_text == nullptr) fail(option + ": -a FIRST is missing");
+    if (opts.has_depth) fail(option + ": -n tells the length, too");
+    if (opts.last < opts.first) fail(option + ": lies below the first address of -a");
+    const uint64_t bytes = opts.last - opts.first + 1, row = opts.digits / 2 * opts.lanes;
+    if (bytes % row != 0) fail(option + ": not a whole number of words of each lane");
+    opts.depth = bytes / row;
+    opts.depth_text = "the " + std::to_string(opts.depth) + " up to " + option;
+    opts.has_depth = true;
+}
+
+static settings parse_options(int argc, char* argv[]) {
+    settings opts;
+    unsetenv("POSIXLY_CORRECT");  // options may follow the image, whatever it says
+    int letter = 0;
+    while ((letter = getopt(argc, argv, "a:e:f:hl:n:w:")) != -1) {
+        switch (letter) {
+            case 'a': set_address("-a", opts.first_text = optarg, opts.first); break;
+            case 'e': set_address("-e", opts.last_text = optarg, opts.last); break;
+            case 'f': set_fill(opts, optarg); break;
+            case 'h': print_usage(stdout); exit(EXIT_SUCCESS);
+            case 'l': set_lane(opts, optarg); break;
+            case 'n': set_depth(opts, optarg); break;
+            case 'w': set_width(opts, optarg); break;
+            default: print_usage(stderr); exit(EXIT_FAILURE);
+        }
+    }
+    if (argc - optind > 1) {
+        print_usage(stderr);
+        exit(EXIT_FAILURE);
+    }
+    if (opts.first % block_size != 0) {
+        fail("-a " + std::string(opts.first_text) + ": not a multiple of 16");
+    }
+    if (opts.last_text != nullptr) measure(opts);
+    if (opts.fill_text != nullptr && !opts.has_depth) {
+        fail("-f " + std::string(opts.fill_text) + ": -n or -e is missing");
+    }
+    opts.image = argv[optind];  // null after the last argument
+    return opts;
+}
+
+// Input.
+
+static uint8_t digit_value(char c) {
+    return hex.value[static_cast<uint8_t>(c)];
+}
+
+// Tells whether the eight characters at `text` are digits.
+static bool is_field(const char* text) {
+    unsigned seen = 0;
+    for (int i = 0; i < 8; i++) seen |= digit_value(text[i]);
+    return seen < 16;
+}
+
+static bool is_line(const char* text) {
+    for (const size_t pos : {size_t{0}, size_t{9}, size_t{18}, size_t{27}, address_pos}) {
+        if (!is_field(text + pos)) return false;
+    }
+    return text[8] == ' ' && text[17] == ' ' && text[26] == ' ' &&
+           memcmp(text + 35, " //", 3) == 0 && text[line_len - 1] == '\n';
+}
+
+// Reads the next line. Returns false after the last one.
+bool image_reader::next() {
+    if (at == end && !fill()) return false;
+    number++;
+    if (static_cast<size_t>(end - at) < line_len || !is_line(at)) {
+        refuse("not a line of an image");
+    }
+    for (size_t i = 0; i < 4; i++) memcpy(block + block_digits - 8 * (i + 1), at + 9 * i, 8);
+    address = 0;
+    for (size_t i = 0; i < 8; i++) address = address << 4 | digit_value(at[address_pos + i]);
+    at += line_len;
+    return true;
+}
+
+// Replaces the buffer by what the file has next. Returns false at its end.
+bool image_reader::fill() {
+    at = buffer;
+    end = buffer + fread(buffer, 1, sizeof buffer, file);
+    if (ferror(file) != 0) fail(std::string(name) + ": cannot be read");
+    // The last line needs no newline.
+    if (static_cast<size_t>(end - buffer) % line_len == line_len - 1) *end++ = '\n';
+    return end != buffer;
+}
+
+void image_reader::refuse(const std::string& what) const {
+    fail(std::string(name) + ":" + std::to_string(number) + ": " + what);
+}
+
+// Output.
+
+static void print(const char* text, size_t len) {
+    if (fwrite(text, 1, len, stdout) != len) fail("cannot write: " + std::string(strerror(errno)));
+}
+
+lane_words::lane_words(const settings& options)
+    : opts(options), in_block(block_digits / opts.digits), entry_len(opts.digits + 1) {
+    while (filler.size() < opts.digits) filler += opts.fill;
+    filler += '\n';
+}
+
+// Puts the words of a block, from word `skip` on and one for each turn of the lanes, at `to`, each
+// with a newline. Returns their number. A template, because copies of a known length are inlined:
+// by any other, bytes would take twice as long.
+template <size_t digits>
+static size_t put_words(char* to, const char* block, uint64_t skip, uint64_t lanes) {
+    size_t count = 0;
+    for (uint64_t word = skip; word < block_digits / digits; word += lanes, count++) {
+        memcpy(to, block + block_digits - (word + 1) * digits, digits);
+        to[digits] = '\n';
+        to += digits + 1;
+    }
+    return count;
+}
+
+// Prints or gathers the lane's words in block `number` of the memory.
+void lane_words::put_block(uint64_t number, const char* block) {
+    const uint64_t first = number * in_block;
+    const uint64_t skip = (opts.lanes - first % opts.lanes + opts.lane) % opts.lanes;
+    if (skip >= in_block) return;
+    const uint64_t place = (first + skip) / opts.lanes;
+    char entries[block_size * 3];  // most: bytes of two digits
+    size_t count = 0;
+    switch (opts.digits) {
+        case 2: count = put_words<2>(entries, block, skip, opts.lanes); break;
+        case 4: count = put_words<4>(entries, block, skip, opts.lanes); break;
+        case 8: count = put_words<8>(entries, block, skip, opts.lanes); break;
+        case 16: count = put_words<16>(entries, block, skip, opts.lanes); break;
+        default: count = put_words<32>(entries, block, skip, opts.lanes);
+    }
+    if (opts.has_depth) return gather(place, entries, count);
+    if (place != end) {
+        char record[sizeof "@0123456789abcdef\n"];
+        const int len = snprintf(record, sizeof record, "@%" PRIx64 "\n", place);
+        print(record, static_cast<size_t>(len));
+    }
+    print(entries, count * entry_len);
+    end = place + count;
+}
+
+void lane_words::gather(uint64_t place, const char* entries, size_t count) {
+    top = std::max(top, place + count);
+    if (top > opts.depth) return;  // an error, told when all lines are known
+    while (gathered.size() < top * entry_len) gathered += filler;
+    const auto from = static_cast<size_t>(place * entry_len);  // fits: it is in memory
+    gathered.replace(from, count * entry_len, entries, count * entry_len);
+}
+
+void lane_words::print_gathered(const image_reader& image) {
+    if (top > opts.depth) {
+        image.refuse("needs " + std::to_string(top) + " words, more than " + opts.depth_text);
+    }
+    print(gathered.data(), gathered.size());
+    for (uint64_t place = top; place < opts.depth; place++) print(filler.data(), filler.size());
+}
+
+// Returns the number of the line's block in the memory. `last` is the address of the line before.
+static uint64_t block_number(const settings& opts, const image_reader& image, uint32_t last) {
+    if (opts.first_text != nullptr) {
+        if (image.address < opts.first) image.refuse("lies below the first address of -a");
+        return (image.address - opts.first) / block_size;
+    }
+    const uint32_t expected = last + block_size;  // after fffffff0 comes 0
+    if (image.number > 1 && image.address / block_size != expected / block_size) {
+        image.refuse("does not follow the line before: -a FIRST is needed");
+    }
+    return image.number - 1;
+}
+
+static void run(const settings& opts) {
+    FILE* file = opts.image == nullptr ? stdin : fopen(opts.image, "r");
+    if (file == nullptr) fail(std::string(opts.image) + ": cannot be opened");
+    static char buffer[256 << 10];  // fewer and larger writes: a quarter of the time
+    setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
+
+    image_reader image{opts.image == nullptr ? "stdin" : opts.image, file};
+    lane_words words(opts);
+    uint32_t last = 0;
+    while (image.next()) {
+        words.put_block(block_number(opts, image, last), image.block);
+        last = image.address;
+    }
+    if (opts.has_depth) words.print_gathered(image);
+    if (fflush(stdout) != 0) fail("cannot write: " + std::string(strerror(errno)));
+}
+
+int main(int argc, char* argv[]) {
+    try {
+        run(parse_options(argc, argv));
+    } catch (const std::exception&) {  // 32-bit machines say that a string becomes too long
+        oops("Out of memory");
+    }
+    return EXIT_SUCCESS;
+}
