@@ -1,5 +1,5 @@
-// Writes the ELF files that the benchmark runs on into the current directory. See README.md beside
-// this file for what each is for.
+// Writes the ELF files of the benchmark into the current directory. README.md in this directory
+// says what each is for.
 #include <fstream>
 #include <random>
 

@@ -1,6 +1,6 @@
 # shellcheck shell=sh
-# Shared by the scripts beside it and .ci/run: sourced, not run. Answers --help with the comment at
-# the top of the script, moves to the top of the sources, and offers `say`, `need` and
+# Shared by the scripts in this directory and .ci/run: sourced, not run. Answers --help with the
+# comment at the top of the script, moves to the top of the sources, and offers `say`, `need` and
 # `build_preset`.
 set -eu
 if [ "${1:-}" = --help ]; then
@@ -22,7 +22,7 @@ is_installed() {
 # need PACKAGE...: installs the Debian packages among them that are missing.
 need() {
     if ! command -v apt-get >/dev/null; then
-        say "no apt-get here: going on as if the likes of these were installed: $*"
+        say "no apt-get: assuming that these are installed: $*"
         return
     fi
     missing=

@@ -1,14 +1,14 @@
 // Banks: which addresses belong to one, in which order it holds its sections, and its image.
 //
-// An image file is text. It has a line for each 16-byte block that a section touches and, where the
-// bank's flags ask for them, for the blocks of a gap and for those in front of the first section:
+// An image file is text. Each 16-byte block that a section touches has a line. If the bank's flags
+// say so, the blocks of gaps and those before the first section have lines, too:
 //
 //     03020100 07060504 0b0a0908 0f0e0d0c //18440000
 //
-// Four words, so that the bytes of each stand in descending address order, and the address of
-// the first byte that was put into the line. A byte travels from CSect::readv, which fetched it,
-// through image::put_section, which deals a section out to lines, to image::put_block or, at the
-// ragged ends of a section, image::put_byte.
+// A line shows four words, so the bytes of each are in descending address order, and the address of
+// the first byte that was put into it. A byte travels from CSect::readv, which reads it, through
+// image::put_section, which divides a section into lines, to image::put_block or, at the ragged
+// ends of a section, image::put_byte.
 #include "bank.h"
 
 #include <fcntl.h>
@@ -21,11 +21,11 @@
 #include "file.h"
 #include "report.h"
 
-// The top three bits of an address select how the core reaches the memory (cached or not, for
-// example), not which memory it reaches.
+// On cores like MIPS the top three bits of an address select how memory is reached (cached or not,
+// for example), not which memory.
 constexpr uint32_t memory_mask = 0x1fffffff;
 
-// A line before it gets its bytes and its address: where it gets no byte, it shows zeros or blanks.
+// A line before it gets its bytes and its address. Places without a byte keep the zeros or blanks.
 constexpr char zero[] = "00000000 00000000 00000000 00000000 //00000000\n";
 constexpr char space[] = "                                    //00000000\n";
 static_assert(sizeof zero == sizeof space);
@@ -36,11 +36,10 @@ constexpr uint32_t block_size = 16;  // bytes of the bank in a line
 // Where in a line the two digits of a byte go, by the low four bits of its address.
 constexpr int offset[block_size] = {6, 4, 2, 0, 15, 13, 11, 9, 24, 22, 20, 18, 33, 31, 29, 27};
 
-// Complete lines that have yet to be written, and the open one behind them, of the one image that
-// is being written: two at a time would share them. They stand apart from `image` because a
-// character may alias anything: with the lines inside the record, the compiler would have to load
-// the record's other fields anew behind each character that is put into them. `image` points into
-// them: _FORTIFY_SOURCE would check every pair of digits put at an index.
+// The complete lines that wait to be written, then the open one. Only one image is written at a
+// time, so one buffer serves them all. It is not a member of `image` because a char may alias
+// anything: the compiler would reload the other members after each character. `image` holds a
+// pointer into it, not an index, because _FORTIFY_SOURCE would check each store at an index.
 static char lines[16384 * line_len];
 
 namespace {
@@ -57,13 +56,13 @@ struct digit_table {
 };
 constexpr digit_table hex_digits;
 
-// An image file while it is written. Lines gather in `lines` and leave for the file many at a time.
+// An image while it is written. Lines gather in `lines`, and many are written at a time.
 struct image {
     int fd;
     const char* partial;     // what a line shows where no section has a byte: zero or space
     bool gap_fill;           // gaps become lines of zeros
-    uint32_t next_block;     // address of the block behind the last line
-    bool line_open = false;  // the last line has yet to be completed
+    uint32_t next_block;     // address of the block after the last line
+    bool line_open = false;  // the last line is not complete
     char* line = lines;      // the open line, or where the next one will begin
     size_t flush_at = 512 * line_len;  // grows, so that a small image touches little of `lines`
 
@@ -105,9 +104,9 @@ image::image(const CBank& bank, int to)
       gap_fill(bank.gap_fill),
       next_block(block_of(bank.sections.front().hdr.sh_addr)) {}
 
-// Zeros from `addr` up to the first section, at `end`: those in its block leave the line open for
-// it. Lines and not a section of zeros, which would take up to half a gigabyte of memory. `addr` is
-// never above `end`: the subtraction would wrap, and the image fill the disk.
+// Puts zeros from `addr` up to the first section, which begins at `end` and may complete the last
+// line. A section of zeros would do the same, but take up to half a gigabyte of memory. `addr` must
+// not be above `end`, or the subtraction wraps and the image fills the disk.
 void image::put_zeros(uint32_t addr, uint32_t end) {
     for (; addr < end && addr % block_size != 0; addr++) put_byte(addr, 0);
     const uint32_t count = (end - addr) / block_size;
@@ -120,7 +119,7 @@ void image::put_section(const CSect& sect) {
     const char* at = sect.data.data();
     size_t left = sect.data.size();
     go_to(addr);
-    // A section that overlaps another may meet an open line at the first byte of a block.
+    // The line may be open even at the first byte of a block, if the section overlaps another.
     for (; left > 0 && (line_open || addr % block_size != 0); left--) put_byte(addr++, *at++);
     for (; left >= block_size; left -= block_size, addr += block_size, at += block_size) {
         put_block(addr, at);
@@ -133,8 +132,8 @@ void image::finish() {
     flush();
 }
 
-// Gets ready for a section at `addr`. One that begins in the block of the last line, or overlaps
-// what came before, goes on there; any other one ends that line and leaves a gap.
+// Prepares for a section at `addr`. If it begins in the block of the last line or before, it
+// continues that line. Otherwise that line ends, and a gap may follow.
 void image::go_to(uint32_t addr) {
     if (addr < next_block) return;
     if (line_open) end_line();
@@ -167,8 +166,8 @@ void image::fill_gap(uint32_t addr, uint32_t count) {
     }
 }
 
-// Begins a line as a copy of the pattern, with its address; bytes replace digits of it later.
-// Inline, since a gap is nothing but such lines, millions of them.
+// Begins a line as a copy of the pattern, with its address; bytes replace its digits later. Inline,
+// because a gap may have millions of such lines.
 inline void image::begin_line(const char* pattern, uint32_t addr) {
     if (line == lines + flush_at) flush();
     memcpy(line, pattern, line_len);
@@ -201,8 +200,8 @@ bool CBank::overlap(const CBank& other) const {
     return start <= other.end && other.start <= end;
 }
 
-// A place to resume and a move, because a walk from the front took 7 s in place of 0.04 s for
-// 65,533 sections, and a copy would double the memory.
+// A walk from the front for each section would take 7 s instead of 0.04 s for 65,533 sections, and
+// a copy would double the memory.
 std::list<CSect>::iterator CBank::insert(std::list<CSect>::iterator from,
                                          std::list<CSect>& arriving) {
     const auto sect = arriving.begin();
@@ -225,7 +224,7 @@ std::string CBank::file_name() const {
 uint64_t CBank::write(int fd) const {
     image out(*this, fd);
     if (zero_start) {
-        // Not above the first section: placement found its masked address at or above the base.
+        // The base is not above the first section: placement compared the masked addresses.
         const CSect& first = sections.front();
         out.put_zeros(first.bank_base | (first.hdr.sh_addr & ~memory_mask), first.hdr.sh_addr);
     }

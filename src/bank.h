@@ -18,9 +18,9 @@ struct CBank {
     uint32_t start = 0;
     uint32_t end = 0;  // inclusive
     std::list<CSect> sections;
-    bool zero_fill = true;    // bytes of a line that no section covers: zeros, else blanks; no
+    bool zero_fill = true;    // a line shows zeros, not blanks, where no section has a byte; no
                               // option clears it
-    bool gap_fill = false;    // whole lines that no section covers are written too
+    bool gap_fill = false;    // blocks between two sections are written as lines of zeros
     bool zero_start = false;  // the image begins at the bank's start
 
     /// Tells whether `addr` lies in the bank when the top three bits of addresses are ignored, and
@@ -30,9 +30,9 @@ struct CBank {
     /// Tells whether the two ranges, all bits counted, share an address.
     bool overlap(const CBank& other) const;
 
-    /// Moves the first of `arriving` in front of the first section, from `from` on, that ends at or
-    /// above its first address, or to the end. Returns the `from` for the next one, which must not
-    /// begin at a lower address.
+    /// Moves the first section of `arriving` into the bank: before the first section, from `from`
+    /// on, that reaches its first address, else to the end. Returns the `from` for the next
+    /// section, which must not begin at a lower address.
     std::list<CSect>::iterator insert(std::list<CSect>::iterator from, std::list<CSect>& arriving);
 
     /// Prints the bank's listing line on stdout.

@@ -1,5 +1,5 @@
-// The steps of a run: the bank table, the configuration files, the ELF file and its sections, the
-// sections in their banks, the banks' image files.
+// The steps of a run: the bank table, the configuration files, the ELF file and its sections, their
+// placement into banks, the image files.
 #include "bankimg.h"
 
 #include <fcntl.h>
@@ -64,9 +64,9 @@ void print_banks(const std::vector<CBank>& banks) {
     for (size_t i = 0; i < banks.size(); i++) print_bank(banks, i);
 }
 
-// Configuration files: one bank per line. A new bank is tested against all that are listed already.
+// Configuration files: one bank per line. A new bank must not clash with an earlier one.
 
-// The line that is being parsed, with its comment and its outer blanks.
+// The line that is being parsed, with its comment and outer blanks.
 static std::string current;
 
 // Reports an error in the current line and ends the run.
@@ -74,7 +74,7 @@ static std::string current;
     oops(current + "\n" + message);
 }
 
-// The same for a bank that cannot join `banks`, which are listed first.
+// The same for a bank that cannot join `banks`. Lists them first.
 [[noreturn]] static void refuse(const std::vector<CBank>& banks, const char* message) {
     print_banks(banks);
     oops2(message);
@@ -201,7 +201,7 @@ void read_secnames(block_reader& file, const Ehdr* hdr, const std::vector<Shdr>&
     if (hdr->e_shstrndx >= hdr->e_shnum) oops("ELF section name index is out of range");
     const uint32_t base = shdrs[hdr->e_shstrndx].sh_offset;
     for (const Shdr& shdr : shdrs) {
-        // The format's offsets have 32 bits, and so has their sum: it wraps.
+        // Offsets in the file have 32 bits, and so does their sum: it wraps.
         const uint32_t pos = base + shdr.sh_name;
         names.push_back(read_name(file, pos));
     }
@@ -238,8 +238,8 @@ void print_sections(const std::list<CSect>& sections) {
 
 // Placement: every section goes into a bank.
 
-// Returns the index of the first bank that takes `sect`, and sets its bank_base; ends the run,
-// after listing the banks, if none does. Maps have few banks: a plain search in list order will do.
+// Returns the index of the first bank that takes `sect`, and sets its bank_base. If there is none,
+// lists the banks and ends the run. Maps have few banks, so a plain search will do.
 static size_t find_bank(const std::vector<CBank>& banks, CSect& sect) {
     for (size_t i = 0; i < banks.size(); i++) {
         if (banks[i].in_bank(sect.hdr.sh_addr, sect.bank_base)) return i;

@@ -1,6 +1,6 @@
 // The steps of a run, in the order in which main takes them, and their helpers. A function that
 // fails prints its message and ends the process with exit status 1. Some, such as atox and openb,
-// are called in bankimg.cpp alone: they stand here because the design names them.
+// have no caller outside bankimg.cpp.
 #pragma once
 
 #include <cstdint>
@@ -24,11 +24,11 @@ void set_banks(std::vector<CBank>& banks, const char* const* names, const uint32
 void print_banks(const std::vector<CBank>& banks);
 
 /// Reads the bank configuration file `path` and appends its banks. Ends the run if it cannot be
-/// read, or at the first line that is no bank or whose bank cannot join the others.
+/// read, or at the first line that is wrong or whose bank clashes with another one.
 void cfg2banks(std::vector<CBank>& banks, const char* path);
 
 /// Returns the value of a hexadecimal field: at most eight digits, which "0x" may precede; "0x"
-/// alone is 0. Any other text ends the run, with the line that is being parsed.
+/// alone is 0. Ends the run at any other text and shows its line.
 uint32_t atox(const char* field);
 
 /// Opens `path` with the flags of open(2) and returns the descriptor. Ends the run if the file
@@ -65,10 +65,10 @@ void print_sections(const std::list<CSect>& sections);
 /// afterwards. Ends the run, after listing the banks, at a section that fits none.
 void sec2banks(std::vector<CBank>& banks, std::list<CSect>& sections);
 
-/// Returns the part of `path` behind its last "/", up to the first "." of that part.
+/// Returns the part of `path` after its last "/", up to the first "." of that part.
 std::string only_name(const std::string& path);
 
-/// Tells every bank the ELF file's base name, from which it composes the name of its image.
+/// Gives every bank the ELF file's base name, for the name of its image.
 void setelfname(std::vector<CBank>& banks, const std::string& elf_path);
 
 /// Prints every bank, numbered from 0, and the sections it holds on stdout.

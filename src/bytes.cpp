@@ -1,5 +1,5 @@
-// Memory of 4 MiB and more is aligned to huge pages, so that the system can use them: one page
-// fault instead of 512.
+// Memory of 4 MiB and more is aligned to huge pages, so the system can use them: one page fault
+// instead of 512.
 #include "bytes.h"
 
 #include <sys/mman.h>

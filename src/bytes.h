@@ -1,18 +1,18 @@
-// Memory for the bytes of sections: hundreds of megabytes that a read is about to fill.
+// Memory for the bytes of sections, which may be hundreds of megabytes. A read fills it at once.
 #pragma once
 
 #include <cstddef>
 #include <vector>
 
-/// Returns `size` bytes of memory, for large sizes in huge pages where the system has them.
-/// Throws std::bad_alloc.
+/// Returns `size` bytes of memory; large sizes are in huge pages if the system has them. Throws
+/// std::bad_alloc.
 void* allocate_pages(size_t size);
 
 /// Frees what allocate_pages returned for the same `size`.
 void free_pages(void* at, size_t size) noexcept;
 
-/// An allocator that leaves new bytes as they are: clearing them first would take as long as
-/// reading them from the file.
+/// An allocator that does not clear new bytes: that would take as long as reading them from the
+/// file.
 template <class T>
 struct uncleared {
     using value_type = T;
@@ -27,5 +27,5 @@ struct uncleared {
     bool operator!=(const uncleared&) const noexcept { return false; }
 };
 
-/// A vector whose new bytes hold anything until they are written.
+/// A vector whose new bytes are undefined until they are written.
 using byte_vector = std::vector<char, uncleared<char>>;

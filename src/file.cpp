@@ -1,4 +1,4 @@
-// Reads and writes that go on until all is done or the system gives no more.
+// Reads and writes that continue until all is done or the system gives no more.
 #include "file.h"
 
 #include <unistd.h>

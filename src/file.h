@@ -1,4 +1,4 @@
-// Reading a file at offsets and writing all of a buffer, however the system splits the calls.
+// Reading a file at an offset and writing a buffer, completely even where the system splits calls.
 #pragma once
 
 #include <cstddef>
@@ -8,21 +8,21 @@
 /// fewer at its end, none where it cannot be read at an offset (a pipe).
 size_t read_at(int fd, uint64_t pos, void* buf, size_t len);
 
-/// Reads a file through the block of it that was read last. Names, and the bytes of small
-/// sections, mostly follow one another, so that one read serves many of them.
+/// Reads a file through its block that was read last. Names and the bytes of small sections mostly
+/// follow one another, so one read serves many of them.
 struct block_reader {
     int fd = -1;
     uint64_t pos = 0;  // file offset of the block's first byte
     size_t len = 0;
     char block[4096] = {};
 
-    /// Returns the bytes at file offset `at` and sets `count` to the number of those that are in
-    /// memory: 0 only where the file delivers none.
+    /// Returns the bytes at file offset `at` and sets `count` to how many of them are in memory: 0
+    /// only where the file delivers none.
     const char* peek(uint64_t at, size_t& count);
 
     /// Reads `count` bytes at file offset `at` into `buf`. Returns how many the file delivered.
     size_t read(uint64_t at, char* buf, size_t count);
 };
 
-/// Writes `len` bytes. What the system refuses is lost unnoticed.
+/// Writes `len` bytes. Ignores errors.
 void write_all(int fd, const char* buf, size_t len);

@@ -1,5 +1,5 @@
 // bankimg: splits the loadable sections of a 32-bit ELF executable into memory-bank image files.
-// This file holds the options and the run: each step a line, in the order in which it happens.
+// This file holds the options and the run: a line for each step, in their order.
 #include <unistd.h>
 
 #include <cstdint>
@@ -46,7 +46,7 @@ static bool parse_gap(const char* text, const char* program) {
 static settings parse_options(int argc, char* argv[]) {
     const char* program = argc > 0 ? argv[0] : "bankimg";
     settings opts;
-    unsetenv("POSIXLY_CORRECT");  // options may follow the ELF file name, whatever it says
+    unsetenv("POSIXLY_CORRECT");  // it would forbid options after the ELF file name
     int letter = 0;
     while ((letter = getopt(argc, argv, "bc:C:g:hnpPvwz")) != -1) {
         switch (letter) {
@@ -64,7 +64,7 @@ static settings parse_options(int argc, char* argv[]) {
         }
     }
     if (argc <= 1) usage(program);
-    opts.elf_path = argv[optind];  // null behind the last argument
+    opts.elf_path = argv[optind];  // null if no argument is left
     return opts;
 }
 
@@ -80,11 +80,11 @@ static void run(const settings& opts) {
         return;
     }
 
-    if (opts.elf_path == nullptr) usage("bankimg");  // this name here, not argv[0]
+    if (opts.elf_path == nullptr) usage("bankimg");  // here it is not argv[0]
     if (!is_elf(opts.elf_path)) oops("is not ELF file");
     read_sections(opts.elf_path, sections);
     if (opts.print_sect) print_sections(sections);
-    fflush(stdout);  // here and below: a run that a signal ends has shown its listing
+    fflush(stdout);  // here and below: the listing appears even if a signal ends the next step
     if (opts.write_sect) {
         for (const CSect& sect : sections) sect.writev();
     }

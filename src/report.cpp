@@ -1,5 +1,5 @@
-// The usage text and the messages that end a run. All that goes to stderr comes from here, but for
-// what getopt says of the options.
+// The usage text and the messages that end a run. Apart from getopt, nothing else in bankimg writes
+// to stderr.
 #include "report.h"
 
 #include <cstdio>
@@ -27,7 +27,7 @@ void usage(const char* name) {
 }
 
 void oops(const std::string& message) {
-    // Both streams may end in one file: lines appear there in the order they were produced.
+    // If both streams go to one file, the message must follow what was printed before it.
     fflush(stdout);
     fprintf(stderr, "%s\n", message.c_str());
     exit(EXIT_FAILURE);

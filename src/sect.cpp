@@ -1,4 +1,4 @@
-// Sections and their bytes: from the ELF file into memory, into a listing, into a raw file.
+// Sections and their bytes: from the ELF file into memory, a listing or a raw file.
 #include "sect.h"
 
 #include <fcntl.h>

@@ -12,7 +12,7 @@
 
 /// One section and its bytes. A value: a copy has bytes of its own.
 struct CSect {
-    uint32_t bank_base = 0;  // start of its bank without the top three bits; placement sets it
+    uint32_t bank_base = 0;  // its bank's start without the top three bits; set by placement
     std::string name;
     std::string fname;  // name of the raw section file
     Shdr hdr{};
@@ -27,13 +27,13 @@ struct CSect {
     /// Loads `data` for `hdr` from the ELF file. Bytes that the file does not hold are zeros.
     void readv(block_reader& file);
 
-    /// Writes `data` to the raw section file `fname`, or passes over what cannot be written.
+    /// Writes `data` to the raw section file `fname`. Ignores errors.
     void writev() const;
 
     /// Prints the section's listing line.
     void print(FILE* stream) const;
 };
 
-/// Writes `len` bytes to the file `path`. A new file gets mode 0600, an old one is truncated; one
-/// that cannot be opened is passed over.
+/// Writes `len` bytes to the file `path`. A new file gets mode 0600; an old one is truncated.
+/// Ignores errors.
 void write_buf(const char* path, const char* buf, int len);

@@ -1,5 +1,5 @@
-// A line of text that is cleaned and split into fields. It knows bytes only, no locale. A blank
-// is a space or a tab, nothing else.
+// A line of text that is cleaned and split into fields. It consists of bytes; locales play no part.
+// A blank is a space or a tab, nothing else.
 #pragma once
 
 #include <string>
@@ -22,7 +22,7 @@ public:
     /// Removes every carriage return and line feed, wherever it stands.
     void remove_crlf();
 
-    /// Removes the first "#" or ";" and everything behind it.
+    /// Removes the first "#" or ";" and everything after it.
     void remove_comments();
 
     /// Replaces `tokens` by the runs of characters between blanks. Tells whether there is any.

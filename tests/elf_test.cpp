@@ -66,7 +66,7 @@ TEST(elf, damaged_headers_are_refused) {
     for (const auto& [file, message] : cases) {
         EXPECT_EQ(terminal("bankimg a", {{"a", file}}), message + "\nexit 1\n");
     }
-    // No sections at all, and no 0x7f in front.
+    // No sections at all, and no 0x7f before "ELF".
     EXPECT_EQ(terminal("bankimg a", {{"a", ".ELF" + std::string(48, '\0')}}), "");
 }
 

@@ -20,7 +20,7 @@ static void run(const run_options& opts) {
     require_input(opts, banks);
     load_sections(opts, sections);
     if (opts.print_sect) print_sections(sections);
-    fflush(stdout);  // here and below: a run that a signal ends has shown its listing
+    fflush(stdout);  // here and below: the listing appears even if a signal ends the next step
     if (opts.write_sect) {
         for (const CSect& sect : sections) sect.writev();
     }

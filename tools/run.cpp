@@ -22,7 +22,7 @@ static bool parse_gap(const char* text, bool map, const char* program) {
 run_options parse_run(int argc, char* argv[], bool map) {
     run_options opts;
     opts.map = map;
-    unsetenv("POSIXLY_CORRECT");  // options may follow the ELF file name, whatever it says
+    unsetenv("POSIXLY_CORRECT");  // it would forbid options after the ELF file name
     optind = 0;                   // bankimg-check has read its own options by now
     int letter = 0;
     while ((letter = getopt(argc, argv, map ? "bc:C:g:hlnpPvwx:z" : "bc:C:g:hnpPvwz")) != -1) {

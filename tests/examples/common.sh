@@ -1,6 +1,6 @@
 # shellcheck shell=sh
-# Shared by the tests beside it: sourced, with the built bankimg as $1. Makes a new directory the
-# current one.
+# Shared by the tests in this directory: sourced, with the built bankimg as $1. Makes a new directory
+# the current one.
 set -eu
 top=$(cd "$(dirname "$0")/../.." && pwd)
 examples=$top/examples
