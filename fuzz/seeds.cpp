@@ -1,5 +1,5 @@
-// Writes the ELF files that fuzzing starts from into the current directory, each with another
-// trait.
+// Writes the ELF files that fuzzing starts from into the current directory, each with a
+// different trait.
 #include <fstream>
 
 #include "elf_file.h"

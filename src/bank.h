@@ -18,7 +18,7 @@ struct CBank {
     uint32_t start = 0;
     uint32_t end = 0;  // inclusive
     std::list<CSect> sections;
-    bool zero_fill = true;    // a line shows zeros, not blanks, where no section has a byte; no
+    bool zero_fill = true;    // a line shows zeros, not blanks, where no section has a byte. No
                               // option clears it
     bool gap_fill = false;    // blocks between two sections are written as lines of zeros
     bool zero_start = false;  // the image begins at the bank's start

@@ -25,20 +25,8 @@ std::string elf_file(const std::vector<elf_section>& sections,
     const auto last = static_cast<uint16_t>(table.size()), count = static_cast<uint16_t>(last + 1);
     const uint32_t table_len = count * uint32_t{sizeof(Shdr)};
     table.push_back({0, 3, 0, 0, len(file) + table_len, len(names), 0, 0, 1, 0});
-    Ehdr ehdr{"\177ELF\1\1\1",
-              2,
-              243,
-              1,
-              0,
-              segments_at,
-              len(file),
-              0,
-              52,
-              32,
-              static_cast<uint16_t>(segments.size()),
-              40,
-              count,
-              last};
+    Ehdr ehdr{"\177ELF\1\1\1", 2, 243, 1, 0, segments_at, len(file), 0, 52, 32, 0, 40, count, last};
+    ehdr.e_phnum = static_cast<uint16_t>(segments.size());
     if (damage) damage(ehdr, table.data());
     memcpy(file.data(), &ehdr, sizeof ehdr);
     return file.append(reinterpret_cast<const char*>(table.data()), table_len) + names;

@@ -147,10 +147,10 @@ static const file_map firmware{
 static const std::string pram0 = "65646f63 00000000 00000000 00000000 //18440000\n";
 
 TEST(images, come_after_all_that_is_listed) {
-    for (const std::string run : {"-pw", "-P"}) {
-        EXPECT_EQ(
-            terminal("(ulimit -f 0; bankimg fw.elf " + run + "; true) 2>&- | sed /]:/d", firmware),
-            "[.text] 18440000 18440003 (4,0x4)\n[.boot] 1fc00000 1fc00003 (4,0x4)\n");
+    for (const std::string run :
+         {"bankimg -pw", "bankimg -P", "bankimg-map -pw", "bankimg-map -P"}) {
+        EXPECT_EQ(terminal("(ulimit -f 0; " + run + " fw.elf; true) 2>&- | sed /]:/d", firmware),
+                  "[.text] 18440000 18440003 (4,0x4)\n[.boot] 1fc00000 1fc00003 (4,0x4)\n");
     }
 }
 
@@ -170,8 +170,11 @@ TEST(images, do_not_depend_on_who_takes_the_output) {
 #ifndef __SANITIZE_ADDRESS__  // which needs more address space than the limit leaves
 TEST(images, of_an_earlier_run_survive_when_memory_runs_out) {
     const std::string elf = elf_file({{"s", 0, "", SHF_ALLOC, SHT_NOBITS, 0x7fffffff}});
-    EXPECT_EQ(terminal("echo old >bank0.dat; ulimit -v 400000; bankimg fw.elf || cat bank0.dat",
-                       {{"fw.elf", elf}}),
-              "Out of memory\nold\n");
+    for (const std::string run : {"bankimg", "bankimg-map", "bankimg-check bankimg"}) {
+        EXPECT_EQ(
+            terminal("echo old >bank0.dat; ulimit -v 400000; " + run + " fw.elf || cat bank0.dat",
+                     {{"fw.elf", elf}}),
+            "Out of memory\nold\n");
+    }
 }
 #endif

@@ -17,6 +17,31 @@ TEST(options, usage_names_the_program_as_it_was_called) {
     EXPECT_EQ(terminal("bankimg -x"), "bankimg: invalid option -- 'x'\n" + usage_of("bankimg"));
 }
 
+TEST(options, usage_of_bankimg_map_begins_with_its_own_options) {
+    const std::string own =
+        "bankimg-map runs like bankimg, but all 32 bits of an address count. Options of its own:\n"
+        "  -l - place sections at their load addresses, leave out those without bytes\n"
+        "  -x section - leave out this section\n";
+    for (const std::string args : {"", "-h -v", "-g 2", "-g x -g -1"}) {
+        EXPECT_EQ(terminal("ln -s \"$(command -v bankimg-map)\" m; ./m " + args),
+                  own + usage_of("./m"));
+    }
+    EXPECT_EQ(terminal("bankimg-map -z"), own + usage_of("bankimg-map"));
+    EXPECT_EQ(terminal("bankimg-map -x"),
+              "bankimg-map: option requires an argument -- 'x'\n" + own + usage_of("bankimg-map"));
+}
+
+TEST(options, usage_of_programs_that_print_no_image) {
+    for (const std::string name : {"bankimg-check", "bankimg-words"}) {
+        const std::string usage = terminal(name + " -h");
+        EXPECT_EQ(usage.find("Usage: " + name + " ["), 0);
+        EXPECT_EQ(terminal(name + " -b >&-"),
+                  name + ": invalid option -- 'b'\n" + usage + "exit 1\n");
+    }
+    EXPECT_EQ(terminal("bankimg-words a b >&-"), terminal("bankimg-words -h; false"));
+    EXPECT_EQ(terminal("bankimg-check >&-"), terminal("bankimg-check -h; false"));
+}
+
 TEST(options, version_ends_the_run_while_options_are_parsed) {
     for (const char* args : {"-v", "-v -h", "-c missing -v", "-pv -g 2"}) {
         EXPECT_EQ(terminal(std::string("bankimg 2>&- ") + args), "v.2.09 14/08/2013\n") << args;

@@ -185,8 +185,7 @@ static elf_headers read_headers(const run_options& opts, int fd, const Ehdr& hdr
     for (size_t i = 0; i < shdrs.size(); i++) {
         const Shdr& shdr = shdrs[i];
         if (shdr.sh_size == 0 || (shdr.sh_flags & SHF_ALLOC) == 0) continue;
-        if (opts.load && shdr.sh_type == SHT_NOBITS) continue;
-        if (is_left_out(opts, names[i])) continue;
+        if (is_left_out(opts, shdr, names[i])) continue;
         file_section& section = elf.sections.emplace_back();
         section.loaded = is_loaded(shdr, names[i]);
         section.sect.hdr = shdr;
@@ -226,12 +225,12 @@ static void check_file(elf_headers& elf, const std::vector<CBank>& banks) {
 
 // What is wrong with the banks.
 
-// Zeros of a thread's own memory lie where the linker puts the next section, too: they take no
-// place of the program.
+// The linker places the next section at the address of thread-local zeros, because these occupy no
+// memory of the program.
 static std::string advice_on_overlap(const CSect& a, const CSect& b) {
-    for (const CSect& sect : {std::cref(a), std::cref(b)}) {
-        if ((sect.hdr.sh_flags & SHF_TLS) == 0 || sect.hdr.sh_type != SHT_NOBITS) continue;
-        return ": leave it out: bankimg-map -x " + sect.name;
+    for (const CSect* sect : {&a, &b}) {
+        if ((sect->hdr.sh_flags & SHF_TLS) == 0 || sect->hdr.sh_type != SHT_NOBITS) continue;
+        return ": leave it out: bankimg-map -x " + sect->name;
     }
     return "";
 }
@@ -240,8 +239,8 @@ static void overlapping(const CBank& bank, const CSect& sect, const CSect& other
     misplaced(bank, sect, "overlaps " + label(other) + advice_on_overlap(sect, other));
 }
 
-// Placement puts a section before the first one that it overlaps and that begins no later. What
-// follows a section that wraps past ffffffff overlaps it.
+// If a section overlaps one that begins no later, placement puts it before that one. If a section
+// wraps past ffffffff, every later section at a higher address overlaps it.
 static void check_overlaps(const CBank& bank) {
     std::vector<const CSect*> open;
     const CSect* wraps = nullptr;
@@ -325,8 +324,8 @@ static void check_banks(const settings& own, const std::vector<CBank>& banks) {
 
 // The path from the root, without "." and "..".
 static std::string absolute(const std::string& path) {
-    static std::error_code none;  // in a directory that is gone paths stay relative
-    static const fs::path here = fs::current_path(none);
+    static std::error_code ignored;  // in a directory that is gone, paths stay relative
+    static const fs::path here = fs::current_path(ignored);
     return (here / path).lexically_normal().string();
 }
 
@@ -404,7 +403,7 @@ static void check(settings own, const run_options& opts) {
     std::vector<CBank> banks;
     std::list<CSect> sections;
 
-    // Said first: where the run fails, it is mostly why.
+    // Reported first, because it usually explains why a run fails.
     if (opts.ignored != nullptr && !opts.banks_only) {
         error(opts.ignored +
               std::string(": a second file name is ignored: is -C missing in front of it?"));

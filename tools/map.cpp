@@ -32,8 +32,8 @@ static void run(const run_options& opts) {
 
 int main(int argc, char* argv[]) {
     try {
-        const run_options opts = parse_run(argc, argv, true);
-        if (opts.help) run_usage(true, argv[0]);
+        const run_options opts = parse_run(argc, argv, /*map=*/true);
+        if (opts.help) run_usage(/*map=*/true, argv[0]);
         if (opts.version) {
             puts("v.2.09 14/08/2013");
         } else {

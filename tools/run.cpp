@@ -86,17 +86,9 @@ void require_input(const run_options& opts, const std::vector<CBank>& banks) {
     if (!is_elf(opts.elf_path)) oops("is not ELF file");
 }
 
-bool is_left_out(const run_options& opts, const std::string& name) {
+bool is_left_out(const run_options& opts, const Shdr& shdr, const std::string& name) {
+    if (opts.load && shdr.sh_type == SHT_NOBITS) return true;
     return std::find(opts.left_out.begin(), opts.left_out.end(), name) != opts.left_out.end();
-}
-
-static void leave_out(const run_options& opts, std::list<CSect>& sections) {
-    for (const std::string& name : opts.left_out) {
-        const auto has_name = [&](const CSect& sect) { return sect.name == name; };
-        if (std::any_of(sections.begin(), sections.end(), has_name)) continue;
-        fprintf(stderr, "bankimg-map: no section is called %s\n", name.c_str());
-    }
-    sections.remove_if([&](const CSect& sect) { return is_left_out(opts, sect.name); });
 }
 
 const char* read_segments(int fd, const Ehdr& hdr, std::vector<Phdr>& segments) {
@@ -123,23 +115,52 @@ uint32_t load_address(const Shdr& shdr, const std::vector<Phdr>& segments) {
     return shdr.sh_addr;
 }
 
-static void to_load_addresses(const char* path, std::list<CSect>& sections) {
-    const int fd = openb(path, O_RDONLY);
+static void tell_unknown(const run_options& opts, const std::vector<std::string>& names) {
+    fflush(stdout);  // if both streams go to one file, this must follow what was printed before it
+    for (const std::string& name : opts.left_out) {
+        if (std::find(names.begin(), names.end(), name) != names.end()) continue;
+        fprintf(stderr, "bankimg-map: no section is called %s\n", name.c_str());
+    }
+}
+
+// As read_sections, but without the sections that -x and -l leave out: they take no memory.
+// Sections at one load address stay in the order of the file.
+static void read_some_sections(const run_options& opts, std::list<CSect>& sections) {
+    const int fd = openb(opts.elf_path, O_RDONLY);
     Ehdr hdr{};
-    read_at(fd, 0, &hdr, sizeof hdr);
+    if (read_at(fd, 0, &hdr, sizeof hdr) != sizeof hdr) oops("ELF header is cut short");
+
+    std::vector<Shdr> shdrs;
+    std::vector<std::string> names;
     std::vector<Phdr> segments;
-    const char* wrong = read_segments(fd, hdr, segments);
+    block_reader file{fd};
+    read_sechdrs(fd, &hdr, shdrs);
+    read_secnames(file, &hdr, shdrs, names);
+    const size_t count = filter_sec(shdrs, names);
+    tell_unknown(opts, names);
+    const char* wrong = opts.load ? read_segments(fd, hdr, segments) : nullptr;
     if (wrong != nullptr) oops(wrong);
+
+    for (size_t i = 0; i < count; i++) {
+        if (is_left_out(opts, shdrs[i], names[i])) continue;
+        if (shdrs[i].sh_size > INT32_MAX) oops("Section " + names[i] + " is too large");
+        CSect& sect = sections.emplace_back();
+        sect.name = std::move(names[i]);
+        sect.setfname();
+        sect.hdr = shdrs[i];
+        sect.readv(file);
+        if (opts.load) sect.hdr.sh_addr = load_address(sect.hdr, segments);
+    }
     close(fd);
-    sections.remove_if([](const CSect& sect) { return sect.hdr.sh_type == SHT_NOBITS; });
-    for (CSect& sect : sections) sect.hdr.sh_addr = load_address(sect.hdr, segments);
     sections.sort(sec_cmp);
 }
 
 void load_sections(const run_options& opts, std::list<CSect>& sections) {
-    read_sections(opts.elf_path, sections);
-    if (!opts.left_out.empty()) leave_out(opts, sections);
-    if (opts.load) to_load_addresses(opts.elf_path, sections);
+    if (opts.load || !opts.left_out.empty()) {
+        read_some_sections(opts, sections);
+    } else {
+        read_sections(opts.elf_path, sections);
+    }
 }
 
 // Placement.
@@ -156,10 +177,10 @@ static void place_by_all_bits(std::vector<CBank>& banks, std::list<CSect>& secti
         size_t i = 0;
         while (i < banks.size() && (addr < banks[i].start || addr > banks[i].end)) i++;
         if (i == banks.size()) {
-            // That no bank takes the section is for the library to say: so it is one message.
+            // Among no banks, the library's placement ends the run with the message that fits.
             print_banks(banks);
             std::vector<CBank> none;
-            sec2banks(none, sections);
+            return sec2banks(none, sections);
         }
         banks[i].in_bank(addr, sect.bank_base);
         resume[i] = banks[i].insert(resume[i], sections);

@@ -44,8 +44,8 @@ void read_banks(const run_options& opts, std::vector<CBank>& banks);
 /// the file is no ELF file.
 void require_input(const run_options& opts, const std::vector<CBank>& banks);
 
-/// Replaces `sections` by those that the run loads, in ascending order of the addresses at which
-/// it places them.
+/// Fills `sections`, which is empty, with those that the run loads, in ascending order of the
+/// addresses at which it places them. Says on stderr which names of -x no section has.
 void load_sections(const run_options& opts, std::list<CSect>& sections);
 
 /// Moves the sections into their banks, and sets the banks' flags and the ELF file's base name.
@@ -59,5 +59,5 @@ const char* read_segments(int fd, const Ehdr& hdr, std::vector<Phdr>& segments);
 /// bytes; `sh_addr` if none does.
 uint32_t load_address(const Shdr& shdr, const std::vector<Phdr>& segments);
 
-/// Tells whether `name` is among the sections that -x leaves out.
-bool is_left_out(const run_options& opts, const std::string& name);
+/// Tells whether -x or -l leaves a section out.
+bool is_left_out(const run_options& opts, const Shdr& shdr, const std::string& name);

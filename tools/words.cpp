@@ -344,7 +344,7 @@ static void run(const settings& opts) {
 int main(int argc, char* argv[]) {
     try {
         run(parse_options(argc, argv));
-    } catch (const std::exception&) {  // 32-bit machines say that a string becomes too long
+    } catch (const std::exception&) {  // on 32-bit machines also: a string becomes too long
         oops("Out of memory");
     }
     return EXIT_SUCCESS;

@@ -1,11 +1,14 @@
-// A ROM for synthesis: the image stands in the memory when the device starts. The name and the 64
-// words are to be changed.
-module rom (
-    input  wire        clock,
-    input  wire [5:0]  address,
-    output reg  [31:0] word
+// A ROM for synthesis: the memory holds the image when the device starts. Set the name of the image
+// and the number of words.
+module rom #(
+    parameter IMAGE = "rom.dat",
+    parameter WORDS = 64
+) (
+    input  wire                       clock,
+    input  wire [$clog2(WORDS) - 1:0] address,
+    output reg  [31:0]                word
 );
-    reg [31:0] memory [0:63];
-    initial $readmemh("rom.dat", memory);
+    reg [31:0] memory [0:WORDS - 1];
+    initial $readmemh(IMAGE, memory);
     always @(posedge clock) word <= memory[address];
 endmodule
