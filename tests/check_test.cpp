@@ -63,8 +63,7 @@ TEST(check, files_that_a_run_takes_for_others) {
 TEST(check, run_that_fails_says_what_it_would_say) {
     const file_map inputs{{"fw.elf", elf_file({{".a", 0x1fffffff, "a"}, {".b", 0x20000000, "b"}})},
                           {"c", "a.dat 10000000 1fffffff\nb.dat 3fffffff 40000000\n"},
-                          {"cut", elf_file({}).substr(0, 51)},
-                          {"segments", elf_file(good, [](Ehdr& e, Shdr*) { e.e_phnum = 1; })}};
+                          {"cut", elf_file({}).substr(0, 51)}};
     const std::string second =
         "error: c: a second file name is ignored: is -C missing in front of it?\n";
     const std::pair<std::string, std::string> cases[] = {
@@ -92,11 +91,14 @@ TEST(check, bytes_that_no_image_has) {
                                               {".stack", 0x4000, "", SHF_ALLOC, SHT_NOBITS, 4},
                                               {".bss.x", 0x5000, "x"},
                                               {".debug.bss", 0, "x", 0},
-                                              {".text", 0x6000, "x", SHF_ALLOC, 1, 400}}),
+                                              {"a.bss", 0x5800, "x"},
+                                              {".text", 0x6000, "x", SHF_ALLOC, 1, 4096}}),
               "bankimg-map: no section is called .bss.x\n"
               "error: [my.sbss] 00002000 00003388: left out because of its name, but not empty: "
               "rename it\n"
-              "error: [.text] 00006000 0000618f: the file ends before the section does\nexit 1\n");
+              "error: [a.bss] 00005800 00005800: left out because of its name, but not empty: "
+              "rename it\n"
+              "error: [.text] 00006000 00006fff: the file ends before the section does\nexit 1\n");
     const elf_section heap{".heap", 0, "", SHF_ALLOC, SHT_NOBITS, 1U << 31};
     EXPECT_EQ(check("bankimg-map -x .heap", {heap, {".text", 0, "x"}}), "");
     EXPECT_EQ(check("bankimg-map -x .text", {{".text", 0, "x"}, {".bss", 0, zeros}}),
@@ -106,8 +108,7 @@ TEST(check, bytes_that_no_image_has) {
 TEST(check, sections_that_overlap) {
     // g begins inside f, which wraps: it follows f in the bank.
     EXPECT_EQ(check("bankimg-map -g 0 -C c",
-                    {{"a", 0xf0000000, "a"},
-                     {"b", 0xf0000010, bytes},
+                    {{"b", 0xf0000010, bytes},
                      {"c", 0xf000001c, bytes},
                      {"d", 0xf0000020, bytes},
                      {"f", 0xfffffff8, bytes},
@@ -116,7 +117,9 @@ TEST(check, sections_that_overlap) {
               "error: top: [d] f0000020 f000002f overlaps [c] f000001c f000002b\n"
               "error: top: [c] f000001c f000002b overlaps [b] f0000010 f000001f\n"
               "error: top: [g] fffffffc fffffffc overlaps [f] fffffff8 00000007\n"
-              "error: top: [f] fffffff8 00000007 runs past the end of the bank\nexit 1\n");
+              "error: top: [f] fffffff8 00000007 runs past the end of the bank\n"
+              "error: top: [g] fffffffc fffffffc begins inside the last line of the address space: "
+              "begin it at fffffff0\nexit 1\n");
     constexpr uint32_t tls = SHF_ALLOC | 0x400;
     const auto overlap = [](const elf_section& a, const elf_section& b) {
         const std::string said = check("bankimg -C c", {a, b}, "r 20000000 2000000f");
@@ -126,7 +129,7 @@ TEST(check, sections_that_overlap) {
     EXPECT_EQ(overlap({".data", 0x20000000, "x"}, zeros),
               "error: r: [.tbss] 20000000 20000003 overlaps [.data] 20000000 20000000: "
               "leave it out: bankimg-map -x .tbss");
-    EXPECT_EQ(overlap(zeros, {".space", 0x20000000, "", SHF_ALLOC, SHT_NOBITS, 4}),
+    EXPECT_EQ(overlap(zeros, {".space", 0x20000000, "", SHF_ALLOC | 1, SHT_NOBITS, 4}),
               "error: r: [.space] 20000000 20000003 overlaps [.tbss] 20000000 20000003: "
               "leave it out: bankimg-map -x .tbss");
     EXPECT_EQ(overlap({".tdata", 0x20000000, "x", tls}, {".data", 0x20000000, "x"}),
@@ -192,7 +195,7 @@ TEST(check, outputs_of_one_name) {
     const std::vector<elf_section> sections{
         {"rom", 0, "a"}, {".rom", 0x100, "b"}, {".fw", 0x200, "c"}};
     EXPECT_EQ(
-        check("bankimg -C ././c", sections, "c 0 ff\n./b/../fw.elf 100 1ff\nfw.elf/../x 200 2ff"),
+        check("bankimg -C ././c", sections, "c 0 ff\n./b/../fw.elf 100 1ff\nx 200 2ff"),
         "error: c: a bank file and the image of c are one file\n"
         "error: ./b/../fw.elf: the ELF file and the image of ./b/../fw.elf are one file\nexit 1\n");
     EXPECT_EQ(
@@ -207,27 +210,48 @@ TEST(check, outputs_of_one_name) {
 }
 
 TEST(check, raw_files_that_cannot_be_written) {
-    const std::string too_long(252, 'n');
-    const file_map inputs{{"fw.elf", elf_file({{"a/b", 0, "x"},
-                                               {".dir", 16, "x"},
-                                               {too_long, 32, "x"},
-                                               {too_long.substr(1), 48, "x"}})}};
-    EXPECT_EQ(
-        terminal("mkdir dir.bin; bankimg-check bankimg fw.elf && bankimg-check bankimg -w fw.elf",
-                 inputs),
-        "error: [a/b] 00000000 00000000: -w takes its name as a path: rename it\n"
-        "error: dir.bin: the raw file of [.dir] cannot be written\n"
-        "error: " +
-            too_long + ".bin: the raw file of [" + too_long + "] cannot be written\nexit 1\n");
+    const std::string longest(251, 'n'), too_long(252, 'n');
+    const std::string elf =
+        elf_file({{"a/b", 0, "x"}, {".dir", 16, "x"}, {longest, 32, "x"}, {too_long, 48, "x"}});
+    const std::string command = "bankimg-check bankimg fw.elf";
+    EXPECT_EQ(terminal("mkdir dir.bin; " + command + " && " + command + " -w", {{"fw.elf", elf}}),
+              "error: [a/b] 00000000 00000000: -w takes its name as a path: rename it\n"
+              "error: dir.bin: the raw file of [.dir] cannot be written\nerror: " +
+                  too_long + ".bin: the raw file of [" + too_long +
+                  "] cannot be written\nexit 1\n");
+}
+
+TEST(check, images_that_cannot_be_written) {
+    EXPECT_EQ(check("bankimg -C c", good, "none/x 18440000 1844ffff\n.. 1fc00000 1fc0ffff"),
+              "error: none/x: the image of none/x cannot be written\n"
+              "error: ..: the image of .. cannot be written\nexit 1\n");
+    EXPECT_EQ(terminal("mkdir d; cd d; bankimg-check bankimg -C ../c ../fw.elf",
+                       {{"fw.elf", elf_file(good)},
+                        {"c", "../x 18440000 1844ffff\n/dev/null 1fc00000 1fc0ffff"}}),
+              "");
+}
+
+// Nothing can join the line at fffffff0, neither after zeros nor after another section.
+TEST(check, last_line_of_the_address_space) {
+    const elf_section end{"end", 0xfffffff4, "e"};
+    const std::string found =
+        "error: top: [end] fffffff4 fffffff4 begins inside the last line of the address space: "
+        "begin it at fffffff0\nexit 1\n";
+    const std::string command = "bankimg-map -g 0 -C c", bank = "top ffffffe0 ffffffff";
+    EXPECT_EQ(check(command, {{"a", 0xffffffe4, ascending(13)}, end}, bank), found);
+    EXPECT_EQ(check(command, {{"a", 0xffffffe4, ascending(12)}, end}, bank), "");
+    EXPECT_EQ(check(command + " -z", {end}, bank), found);
+    EXPECT_EQ(check(command + " -z", {{"end", 0xfffffff0, "e"}}, bank), "");
 }
 
 TEST(check, banks_that_are_not_as_meant) {
-    EXPECT_EQ(check("bankimg -zC c", {{".text", 0x108, bytes}},
-                    "\xef\xbb\xbfrom.dat 104 1ff\nodd 208 2ff"),
-              "error: \xef\xbb\xbfrom.dat: the bank file begins with a byte order mark: save it "
-              "without one\n"
-              "error: \xef\xbb\xbfrom.dat: does not begin at a multiple of 16: under -z its words "
-              "are shifted\nexit 1\n");
+    const std::string bom = "\xef\xbb\xbf";
+    EXPECT_EQ(check("bankimg -zC c", {{".text", 0x108, bytes}}, bom + " 104 1ff\nodd 208 2ff"),
+              "error: " + bom +
+                  ": the bank file begins with a byte order mark: save it without one\n"
+                  "error: " +
+                  bom +
+                  ": does not begin at a multiple of 16: under -z its words are shifted\nexit 1\n");
 }
 
 TEST(check, notes_end_no_build) {

@@ -36,13 +36,6 @@ TEST(elf, takes_loadable_sections_in_address_order) {
                   "==> boot.bin <==\n12\n==> mystack.bin <==\ntaken\n==> tbss.bin <==\n\0\0\0"s);
 }
 
-TEST(elf, sections_at_one_address_stay_in_file_order) {
-    std::vector<elf_section> sections;
-    for (const char name : ascending(50, 'A')) sections.push_back({{name}, 0, "x"});
-    EXPECT_EQ(terminal("bankimg -p a | cut -c 2 | tr -d '\\n'", {{"a", elf_file(sections)}}),
-              ascending(50, 'A'));
-}
-
 TEST(elf, bytes_and_names_may_end_with_the_file) {
     const std::string front(500, 'x');
     std::string elf = elf_file({{"", 0, front, 0}, {"last", 0x20, "y", SHF_ALLOC, 1, 0x1000}});

@@ -68,8 +68,7 @@ TEST(words, fill_a_memory_of_known_length) {
     const std::string filler = "0e0e0e0e0e0e0e0e0e0e0e0e0e0e0e0e\n";
     EXPECT_EQ(words("-w 128 -a 1FFFFFB0 -n 6 -f E a.dat", image),
               filler + first + filler + last + filler + filler);
-    EXPECT_EQ(words("-w 128 -a 1FFFFFB0 -e 0X1fffffef -f 0e a.dat", image),
-              filler + first + filler + last);
+    EXPECT_EQ(words("-w 8 -l 0/32 -a 1FFFFFB0 -e 0X1fffffef -f 0e a.dat", image), "0e\n0e\n");
     EXPECT_EQ(words("-w 32 -l 3/8 -a 1fffffc0 -e 1fffffff -f A5 a.dat", image),
               "0f0e0d0c\n2f2e2d2c\n");
     EXPECT_EQ(words("-w 16 -n 10 a.dat", line("18440000")),

@@ -290,6 +290,21 @@ static void check_sections(const settings& own, const std::vector<CBank>& banks,
     }
 }
 
+// After the line at fffffff0 the writer expects address 0, so nothing can join that line any more.
+static void check_last_line(const CBank& bank) {
+    constexpr uint32_t last_line = 0xfffffff0;
+    const uint32_t first_addr = bank.sections.front().hdr.sh_addr;
+    const uint32_t zeros_from = region(first_addr) | (bank.start & memory_mask);
+    bool begun = bank.zero_start && zeros_from < first_addr;
+    for (const CSect& sect : bank.sections) {
+        if (begun && sect.hdr.sh_addr > last_line) {
+            misplaced(bank, sect,
+                      "begins inside the last line of the address space: begin it at fffffff0");
+        }
+        begun = end_of(sect) > last_line;
+    }
+}
+
 static void check_image(const settings& own, const CBank& bank, int null) {
     const uint64_t bytes = bank.write(null);
     if (bytes <= own.most) return;
@@ -315,6 +330,7 @@ static void check_banks(const settings& own, const std::vector<CBank>& banks) {
         }
         check_overlaps(bank);
         check_sections(own, banks, bank);
+        check_last_line(bank);
         check_image(own, bank, null);
     }
     close(null);
@@ -329,23 +345,36 @@ static std::string absolute(const std::string& path) {
     return (here / path).lexically_normal().string();
 }
 
-static void claim(file_owners& owners, const std::string& path, const std::string& owner) {
+// Tells whether the path was free.
+static bool claim(file_owners& owners, const std::string& path, const std::string& owner) {
     std::string& listed = owners[absolute(path)];
-    if (!listed.empty()) error(path + ": " + listed + " and " + owner + " are one file");
+    const bool is_free = listed.empty();
+    if (!is_free) error(path + ": " + listed + " and " + owner + " are one file");
     listed = owner;
+    return is_free;
 }
 
 static bool can_be_written(const std::string& path) {
     struct stat status {};
-    if (stat(path.c_str(), &status) == 0) return !S_ISDIR(status.st_mode);
-    return errno != ENAMETOOLONG;
+    if (stat(path.c_str(), &status) == 0) {
+        return !S_ISDIR(status.st_mode) && access(path.c_str(), W_OK) == 0;
+    }
+    if (errno != ENOENT) return false;
+    const size_t slash = path.rfind('/');
+    const std::string directory = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    return access(directory.c_str(), W_OK | X_OK) == 0;
+}
+
+static void check_image_file(file_owners& owners, const CBank& bank) {
+    const std::string path = bank.file_name();
+    if (!claim(owners, path, "the image of " + bank.name) || can_be_written(path)) return;
+    error(path + ": the image of " + bank.name + " cannot be written");
 }
 
 static void check_raw_file(file_owners& owners, const CSect& sect) {
     if (sect.name.find('/') != std::string::npos) {
         error(label(sect) + ": -w takes its name as a path: rename it");
-    }
-    if (!can_be_written(sect.fname)) {
+    } else if (!can_be_written(sect.fname)) {
         error(sect.fname + ": the raw file of [" + sect.name + "] cannot be written");
     }
     claim(owners, sect.fname, "the raw file of " + label(sect));
@@ -356,7 +385,7 @@ static file_owners check_outputs(const run_options& opts, const elf_headers& elf
     file_owners owners{{absolute(opts.elf_path), "the ELF file"}};
     for (const std::string& file : opts.cfg_files) owners[absolute(file)] = "a bank file";
     for (const CBank& bank : banks) {
-        if (!bank.sections.empty()) claim(owners, bank.file_name(), "the image of " + bank.name);
+        if (!bank.sections.empty()) check_image_file(owners, bank);
     }
     if (!opts.write_sect) return owners;
     for (const auto& [sect, loaded] : elf.sections) {
