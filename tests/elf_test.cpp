@@ -54,10 +54,12 @@ TEST(elf, damaged_headers_are_refused) {
         {with([](Ehdr& e, Shdr*) { e.e_shentsize = 64; }), "ELF section header size is not 40"},
         {elf_file(text).substr(0, 170), "ELF section header table is cut short"},
         {with([](Ehdr& e, Shdr*) { e.e_shstrndx = 3; }), "ELF section name index is out of range"},
-        {elf_file({{"big", 0, "", SHF_ALLOC, SHT_NOBITS, 1U << 31}}), "Section big is too large"},
+        {elf_file({{"big", 0, "", SHF_ALLOC, 1, 1U << 31}}), "Section big is too large"},
     };
     for (const auto& [file, message] : cases) {
-        EXPECT_EQ(terminal("bankimg a", {{"a", file}}), message + "\nexit 1\n");
+        for (const std::string run : {"bankimg a", "bankimg-map -l a"}) {
+            EXPECT_EQ(terminal(run, {{"a", file}}), message + "\nexit 1\n");
+        }
     }
     // No sections at all, and no 0x7f before "ELF".
     EXPECT_EQ(terminal("bankimg a", {{"a", ".ELF" + std::string(48, '\0')}}), "");

@@ -10,7 +10,7 @@ static const file_map in_regions{{"fw.elf", elf_file({{".low", 0x100, bytes},
                                                       {".high", 0xe0000100, bytes},
                                                       {".middle", 0x20000100, bytes}})},
                                  {"banks", "high e0000000 ffffffff\nlow 0 1fffffff a,b c\n"},
-                                 {"more", "middle 20000000 2000010f"},
+                                 {"more", "middle 20000000 20000100"},
                                  {"low", "old\n"}};
 
 TEST(map, all_bits_count) {
@@ -24,7 +24,7 @@ TEST(map, all_bits_count) {
               "[.high] e0000100 e000010f (16,0x10)\n"
               "[1]: low\t00000000 1fffffff (a,b,c)\n"
               "[.low] 00000100 0000010f (16,0x10)\n"
-              "[2]: middle\t20000000 2000010f\n"
+              "[2]: middle\t20000000 20000100\n"
               "[.middle] 20000100 2000010f (16,0x10)\n"
               "==> high <==\n" +
                   line + "e0000100\n\n==> a,b_fw_c.dat <==\n" + line +

@@ -42,7 +42,7 @@ TEST(words, of_every_width_and_lane) {
                 << options;
         }
     }
-    EXPECT_EQ(words("<a.dat", line("18440000")), words_of(ascending(16), 4));
+    EXPECT_EQ(words("<a.dat", line("18440000").substr(0, 46)), words_of(ascending(16), 4));
 }
 
 // The last digit of an address does not count: the line has all words of its block.

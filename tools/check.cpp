@@ -415,7 +415,7 @@ static void note_old_images(file_owners& owners, const std::vector<CBank>& banks
         const std::string path = bank.file_name();
         struct stat status {};
         if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) continue;
-        if (!owners.emplace(absolute(path), "an old image").second) continue;
+        if (!owners.emplace(absolute(path), "").second) continue;
         note(path + ": is there already, and its bank receives nothing now");
     }
 }

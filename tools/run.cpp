@@ -107,10 +107,11 @@ const char* read_segments(int fd, const Ehdr& hdr, std::vector<Phdr>& segments) 
 }
 
 uint32_t load_address(const Shdr& shdr, const std::vector<Phdr>& segments) {
+    const uint64_t end = uint64_t{shdr.sh_offset} + shdr.sh_size;
     for (const Phdr& segment : segments) {
         if (shdr.sh_offset < segment.p_offset) continue;
-        const uint32_t ahead = shdr.sh_offset - segment.p_offset;
-        if (uint64_t{ahead} + shdr.sh_size <= segment.p_filesz) return segment.p_paddr + ahead;
+        if (end > uint64_t{segment.p_offset} + segment.p_filesz) continue;
+        return segment.p_paddr + (shdr.sh_offset - segment.p_offset);
     }
     return shdr.sh_addr;
 }
