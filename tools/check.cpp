@@ -35,9 +35,10 @@ struct settings {
     bool show_usage = false;   // -u
 };
 
-// A section as the file has it: at its run-time address. Its bytes are not read.
+// A section as the file has it, at its run-time address.
 struct file_section {
-    CSect sect;
+    std::string name;
+    Shdr hdr{};
     bool loaded = false;  // or left out because of its name
 };
 
@@ -67,9 +68,12 @@ static void note(const std::string& text) {
     printf("note: %s\n", text.c_str());
 }
 
-static std::string label(const CSect& sect) {
+// The name and the range of a CSect or a file_section, as a listing shows them.
+template <class section>
+static std::string label(const section& sect) {
     char span[sizeof " 00000000 00000000"];
-    snprintf(span, sizeof span, " %08x %08x", sect.hdr.sh_addr, sect.last());
+    const uint32_t last = sect.hdr.sh_addr + sect.hdr.sh_size - 1;
+    snprintf(span, sizeof span, " %08x %08x", sect.hdr.sh_addr, last);
     return "[" + sect.name + "]" + span;
 }
 
@@ -188,9 +192,8 @@ static elf_headers read_headers(const run_options& opts, int fd, const Ehdr& hdr
         if (is_left_out(opts, shdr, names[i])) continue;
         file_section& section = elf.sections.emplace_back();
         section.loaded = is_loaded(shdr, names[i]);
-        section.sect.hdr = shdr;
-        section.sect.name = std::move(names[i]);
-        if (opts.write_sect) section.sect.setfname();
+        section.hdr = shdr;
+        section.name = std::move(names[i]);
     }
     return elf;
 }
@@ -212,12 +215,11 @@ static void check_file(elf_headers& elf, const std::vector<CBank>& banks) {
     if (std::all_of(banks.begin(), banks.end(), is_empty)) {
         error("no section is loaded: there is no image");
     }
-    for (const auto& [sect, loaded] : elf.sections) {
-        const Shdr& hdr = sect.hdr;
-        if (hdr.sh_type == SHT_NOBITS) continue;
-        if (!loaded && has_contents(elf.file, hdr)) {
+    for (const file_section& sect : elf.sections) {
+        if (sect.hdr.sh_type == SHT_NOBITS) continue;
+        if (!sect.loaded && has_contents(elf.file, sect.hdr)) {
             error(label(sect) + ": left out because of its name, but not empty: rename it");
-        } else if (loaded && uint64_t{hdr.sh_offset} + hdr.sh_size > elf.size) {
+        } else if (sect.loaded && uint64_t{sect.hdr.sh_offset} + sect.hdr.sh_size > elf.size) {
             error(label(sect) + ": the file ends before the section does");
         }
     }
@@ -371,13 +373,16 @@ static void check_image_file(file_owners& owners, const CBank& bank) {
     error(path + ": the image of " + bank.name + " cannot be written");
 }
 
-static void check_raw_file(file_owners& owners, const CSect& sect) {
+static void check_raw_file(file_owners& owners, const file_section& sect) {
+    CSect raw;
+    raw.name = sect.name;
+    raw.setfname();
     if (sect.name.find('/') != std::string::npos) {
         error(label(sect) + ": -w takes its name as a path: rename it");
-    } else if (!can_be_written(sect.fname)) {
-        error(sect.fname + ": the raw file of [" + sect.name + "] cannot be written");
+    } else if (!can_be_written(raw.fname)) {
+        error(raw.fname + ": the raw file of [" + sect.name + "] cannot be written");
     }
-    claim(owners, sect.fname, "the raw file of " + label(sect));
+    claim(owners, raw.fname, "the raw file of " + label(sect));
 }
 
 static file_owners check_outputs(const run_options& opts, const elf_headers& elf,
@@ -388,15 +393,15 @@ static file_owners check_outputs(const run_options& opts, const elf_headers& elf
         if (!bank.sections.empty()) check_image_file(owners, bank);
     }
     if (!opts.write_sect) return owners;
-    for (const auto& [sect, loaded] : elf.sections) {
-        if (loaded) check_raw_file(owners, sect);
+    for (const file_section& sect : elf.sections) {
+        if (sect.loaded) check_raw_file(owners, sect);
     }
     return owners;
 }
 
 static void note_sections(const run_options& opts, const elf_headers& elf) {
-    for (const auto& [sect, loaded] : elf.sections) {
-        if (!loaded) continue;
+    for (const file_section& sect : elf.sections) {
+        if (!sect.loaded) continue;
         if (sect.hdr.sh_type == SHT_NOBITS) {
             note(label(sect) + ": has no bytes in the file: zeros are written");
             continue;

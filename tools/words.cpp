@@ -64,28 +64,22 @@ struct image_reader {
 // The words of the lane, on their way to stdout.
 struct lane_words {
     const settings& opts;
-    size_t in_block;       // words of a block, of all lanes
-    size_t entry_len;      // bytes of a word and its newline
-    std::string filler;    // the entry of a word that the image does not have
-    uint64_t end = 0;      // place in the lane after the word printed last
-    uint64_t top = 0;      // words that the lane needs
-    std::string gathered;  // entries of the lane from its start
+    uint64_t in_block;        // words of a block, of all lanes
+    size_t entry_len;         // bytes of a word and its newline
+    std::string filler;       // the entry of a word that the image does not have
+    uint64_t next_block = 0;  // number of the block after the last one
+    uint64_t skip;            // words of other lanes in it, before the lane's next word
+    uint64_t place = 0;       // of that word in the lane
+    uint64_t end = 0;         // place after the word printed last
+    uint64_t top = 0;         // words that the lane needs
+    std::string gathered;     // entries of the lane from its start
 
     explicit lane_words(const settings& options);
     void put_block(uint64_t number, const char* block);
-    void gather(uint64_t place, const char* entries, size_t count);
+    void go_to(uint64_t number);
+    void gather(const char* entries, size_t count);
     void print_gathered(const image_reader& image);
 };
-
-// The value of each hexadecimal digit, in lower case; 16 for any other character.
-struct digit_table {
-    uint8_t value[256] = {};
-    constexpr digit_table() {
-        for (uint8_t& each : value) each = 16;
-        for (uint8_t i = 0; i < 16; i++) value[static_cast<uint8_t>("0123456789abcdef"[i])] = i;
-    }
-};
-constexpr digit_table hex;
 
 }  // namespace
 
@@ -211,22 +205,26 @@ static settings parse_options(int argc, char* argv[]) {
 
 // Input.
 
-static uint8_t digit_value(char c) {
-    return hex.value[static_cast<uint8_t>(c)];
+static constexpr uint64_t eight_times(int byte) {
+    return static_cast<uint64_t>(byte) * 0x0101010101010101;
 }
 
-// Tells whether the eight characters at `text` are digits.
+// Tells whether the eight characters at `text` are hexadecimal digits in lower case. It looks at
+// all of them at once: the top bit of a byte is set if adding 80 - n reaches it, that is from n on.
 static bool is_field(const char* text) {
-    unsigned seen = 0;
-    for (int i = 0; i < 8; i++) seen |= digit_value(text[i]);
-    return seen < 16;
+    uint64_t chars = 0;
+    memcpy(&chars, text, sizeof chars);
+    constexpr uint64_t tops = eight_times(0x80);
+    const uint64_t from_0 = chars + eight_times(0x80 - '0');
+    const uint64_t past_9 = chars + eight_times(0x80 - '9' - 1);
+    const uint64_t from_a = chars + eight_times(0x80 - 'a');
+    const uint64_t past_f = chars + eight_times(0x80 - 'f' - 1);
+    return (chars & tops) == 0 && (((from_0 & ~past_9) | (from_a & ~past_f)) & tops) == tops;
 }
 
 static bool is_line(const char* text) {
-    for (const size_t pos : {size_t{0}, size_t{9}, size_t{18}, size_t{27}, address_pos}) {
-        if (!is_field(text + pos)) return false;
-    }
-    return text[8] == ' ' && text[17] == ' ' && text[26] == ' ' &&
+    return is_field(text) && is_field(text + 9) && is_field(text + 18) && is_field(text + 27) &&
+           is_field(text + address_pos) && text[8] == ' ' && text[17] == ' ' && text[26] == ' ' &&
            memcmp(text + 35, " //", 3) == 0 && text[line_len - 1] == '\n';
 }
 
@@ -239,7 +237,10 @@ bool image_reader::next() {
     }
     for (size_t i = 0; i < 4; i++) memcpy(block + block_digits - 8 * (i + 1), at + 9 * i, 8);
     address = 0;
-    for (size_t i = 0; i < 8; i++) address = address << 4 | digit_value(at[address_pos + i]);
+    for (size_t i = address_pos; i < address_pos + 8; i++) {
+        const auto digit = static_cast<uint8_t>(at[i]);
+        address = address << 4 | ((digit & 15) + (digit > '9' ? 9 : 0));
+    }
     at += line_len;
     return true;
 }
@@ -260,42 +261,90 @@ void image_reader::refuse(const std::string& what) const {
 
 // Output.
 
-static void print(const char* text, size_t len) {
-    if (fwrite(text, 1, len, stdout) != len) fail("cannot write: " + std::string(strerror(errno)));
+// What waits to be written. Words go straight into it: a call of stdio for each line takes longer.
+static char out[256 << 10];
+static size_t out_len = 0;
+
+static void flush() {
+    if (fwrite(out, 1, out_len, stdout) != out_len || fflush(stdout) != 0) {
+        fail("cannot write: " + std::string(strerror(errno)));
+    }
+    out_len = 0;
 }
 
-static void print_record(uint64_t place) {
-    char record[sizeof "@0123456789abcdef\n"];
-    const int len = snprintf(record, sizeof record, "@%" PRIx64 "\n", place);
-    print(record, static_cast<size_t>(len));
+// Returns room for `len` bytes that will be written.
+static char* reserve(size_t len) {
+    if (out_len + len > sizeof out) flush();
+    out_len += len;
+    return out + out_len - len;
+}
+
+static void print(const char* text, size_t len) {
+    memcpy(reserve(len), text, len);
 }
 
 lane_words::lane_words(const settings& options)
-    : opts(options), in_block(block_digits / opts.digits), entry_len(opts.digits + 1) {
+    : opts(options),
+      in_block(block_digits / opts.digits),
+      entry_len(opts.digits + 1),
+      skip(opts.lane) {
     while (filler.size() < opts.digits) filler += opts.fill;
     filler += '\n';
 }
 
-// Prints or gathers the lane's words in block `number` of the memory.
-void lane_words::put_block(uint64_t number, const char* block) {
-    const uint64_t first = number * in_block;
-    const uint64_t skip = (opts.lanes - first % opts.lanes + opts.lane) % opts.lanes;
-    if (skip >= in_block) return;
-    const uint64_t place = (first + skip) / opts.lanes;
-    char entries[block_size * sizeof "00"];  // at most: bytes of two digits, each with a newline
-    char* to = entries;
-    size_t count = 0;
-    for (uint64_t word = skip; word < in_block; word += opts.lanes, count++, to += entry_len) {
-        memcpy(to, block + block_digits - (word + 1) * opts.digits, opts.digits);
-        to[opts.digits] = '\n';
+// Puts `count` words of a block, from word `skip` on and one for each turn of the lanes, at `to`,
+// each with a newline. One lane alone has all words, in a loop that the compiler can unroll.
+template <size_t digits>
+static void put_words(char* to, size_t count, const char* block, uint64_t skip, uint64_t lanes) {
+    constexpr size_t all = block_digits / digits;
+    const auto put_word = [&](size_t i, uint64_t word) {
+        memcpy(to + i * (digits + 1), block + block_digits - (word + 1) * digits, digits);
+        to[i * (digits + 1) + digits] = '\n';
+    };
+    if (count == all) {
+        for (size_t i = 0; i < all; i++) put_word(i, i);
+    } else {
+        for (size_t i = 0; i < count; i++) put_word(i, skip + i * lanes);
     }
-    if (opts.has_depth) return gather(place, entries, count);
-    if (place != end) print_record(place);
-    print(entries, count * entry_len);
-    end = place + count;
 }
 
-void lane_words::gather(uint64_t place, const char* entries, size_t count) {
+// Prints or gathers the lane's words in block `number` of the memory.
+void lane_words::put_block(uint64_t number, const char* block) {
+    if (number != next_block) go_to(number);
+    next_block = number + 1;
+    if (skip >= in_block) {
+        skip -= in_block;
+        return;
+    }
+    const auto count = static_cast<size_t>((in_block - skip + opts.lanes - 1) / opts.lanes);
+    if (!opts.has_depth && place != end) {
+        char record[sizeof "@0123456789abcdef\n"];
+        const int len = snprintf(record, sizeof record, "@%" PRIx64 "\n", place);
+        print(record, static_cast<size_t>(len));
+    }
+    char entries[block_size * sizeof "00"];
+    char* to = opts.has_depth ? entries : reserve(count * entry_len);
+    switch (opts.digits) {
+        case 2: put_words<2>(to, count, block, skip, opts.lanes); break;
+        case 4: put_words<4>(to, count, block, skip, opts.lanes); break;
+        case 8: put_words<8>(to, count, block, skip, opts.lanes); break;
+        case 16: put_words<16>(to, count, block, skip, opts.lanes); break;
+        default: put_words<32>(to, count, block, skip, opts.lanes);
+    }
+    if (opts.has_depth) gather(entries, count);
+    place += count;
+    end = place;
+    skip += count * opts.lanes - in_block;
+}
+
+// Moves to a block that does not follow the last one.
+void lane_words::go_to(uint64_t number) {
+    const uint64_t first = number * in_block;
+    skip = (opts.lanes - first % opts.lanes + opts.lane) % opts.lanes;
+    place = (first + skip) / opts.lanes;
+}
+
+void lane_words::gather(const char* entries, size_t count) {
     top = std::max(top, place + count);
     if (top > opts.depth) return;  // an error, told when all lines are known
     while (gathered.size() < top * entry_len) gathered += filler;
@@ -307,8 +356,8 @@ void lane_words::print_gathered(const image_reader& image) {
     if (top > opts.depth) {
         image.refuse("needs " + std::to_string(top) + " words, more than " + opts.depth_text);
     }
-    print(gathered.data(), gathered.size());
-    for (uint64_t place = top; place < opts.depth; place++) print(filler.data(), filler.size());
+    for (size_t i = 0; i < gathered.size(); i += entry_len) print(gathered.data() + i, entry_len);
+    for (uint64_t i = top; i < opts.depth; i++) print(filler.data(), entry_len);
 }
 
 // Returns the number of the line's block in the memory. `last` is the address of the line before.
@@ -327,9 +376,6 @@ static uint64_t block_number(const settings& opts, const image_reader& image, ui
 static void run(const settings& opts) {
     FILE* file = opts.image == nullptr ? stdin : fopen(opts.image, "r");
     if (file == nullptr) fail(std::string(opts.image) + ": cannot be opened");
-    static char buffer[256 << 10];  // stdio's own of 4 KiB takes a third more time
-    setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
-
     image_reader image{opts.image == nullptr ? "stdin" : opts.image, file};
     lane_words words(opts);
     uint32_t last = 0;
@@ -338,7 +384,7 @@ static void run(const settings& opts) {
         last = image.address;
     }
     if (opts.has_depth) words.print_gathered(image);
-    if (fflush(stdout) != 0) fail("cannot write: " + std::string(strerror(errno)));
+    flush();
 }
 
 int main(int argc, char* argv[]) {
