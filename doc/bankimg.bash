@@ -1,6 +1,6 @@
 # Completion of the four programs for bash: options, the command of bankimg-check, and numbers after
 # -g and -w. Where it offers nothing, readline completes file names.
-# shellcheck shell=bash
+# shellcheck shell=bash disable=SC2207 # no word has a blank
 
 _bankimg() {
     local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} program=${1##*/} each
@@ -18,15 +18,15 @@ _bankimg() {
     COMPREPLY=()
     # The last letter of a group decides what follows it, unless the argument is attached.
     if [[ $previous =~ ^-[$plain]*$number_after$ ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "$numbers" -- "$word")
+        COMPREPLY=($(compgen -W "$numbers" -- "$word"))
     elif [[ $previous =~ ^-[$plain]*[$with_argument]$ ]]; then
         return
     elif [[ $word == -* ]]; then
         local options
         options=$(fold -w 1 <<<"$plain$with_argument" | sed 's/^/-/')
-        mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word")
+        COMPREPLY=($(compgen -W "$options" -- "$word"))
     elif [[ $program == bankimg-check ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "bankimg bankimg-map" -- "$word")
+        COMPREPLY=($(compgen -W "bankimg bankimg-map" -- "$word"))
     fi
 }
 complete -o default -F _bankimg bankimg bankimg-map bankimg-check bankimg-words
