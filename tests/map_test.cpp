@@ -32,14 +32,6 @@ TEST(map, all_bits_count) {
                   "20000100\n17\nhigh.bin low.bin middle.bin\n");
 }
 
-TEST(map, section_that_fits_no_bank_leaves_all_images_alone) {
-    EXPECT_EQ(terminal("bankimg-map -wC banks fw.elf; cat low; echo *.bin", in_regions),
-              "[0]: high\te0000000 ffffffff\n"
-              "[1]: low\t00000000 1fffffff (a,b,c)\n"
-              "Section .middle 0x20000100 0x2000010f can't add to banks\nold\n"
-              "high.bin low.bin low.er.bin middle.bin\n");
-}
-
 // Sections that overlap, share lines and leave gaps, with a bank file that changes nothing, one
 // that cannot be read, and one with an error.
 TEST(map, is_bankimg_where_all_sections_lie_in_one_region) {

@@ -39,7 +39,6 @@ TEST(options, usage_of_programs_that_print_no_image) {
                   name + ": invalid option -- 'b'\n" + usage + "exit 1\n");
     }
     EXPECT_EQ(terminal("bankimg-words a b >&-"), terminal("bankimg-words -h; false"));
-    EXPECT_EQ(terminal("bankimg-check >&-"), terminal("bankimg-check -h; false"));
 }
 
 TEST(options, version_ends_the_run_while_options_are_parsed) {
