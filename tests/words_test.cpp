@@ -14,19 +14,14 @@ static std::string line(const std::string& address, char high = '0') {
 
 TEST(words, are_what_od_shows_in_every_width_and_lane) {
     const file_map inputs{{"fw.elf", elf_file({{".text", 0x18440000, ascending(256, 1)}})}};
+    const std::string compare =
+        "bankimg -w fw.elf\n"
+        "od -An -v -w8 -tx$((bits / 8)) text.bin | tr -s ' ' '\\n' | grep . |"
+        "    awk \"(NR - 1) % ${lane#*/} == ${lane%/*}\" >expected\n"
+        "POSIXLY_CORRECT=1 bankimg-words pram0.dat -w $bits -l $lane | diff expected -";
     for (const std::string bits : {"8", "16", "32", "64"}) {
         for (const std::string lane : {"0/1", "1/2", "2/3", "7/8", "16/17"}) {
-            EXPECT_EQ(terminal("bankimg -w fw.elf; od -An -v -w8 -tx$((" + bits +
-                                   " / 8)) text.bin |"
-                                   "tr -s ' ' '\\n' | grep . | awk '(NR - 1) % " +
-                                   lane.substr(lane.find('/') + 1) +
-                                   " == " + lane.substr(0, lane.find('/')) +
-                                   "' >expected\n"
-                                   "POSIXLY_CORRECT=1 bankimg-words pram0.dat -w " +
-                                   bits + " -l " + lane + " | diff expected -",
-                               inputs),
-                      "")
-                << bits << " " << lane;
+            EXPECT_EQ(terminal("bits=" + bits + " lane=" + lane + "\n" + compare, inputs), "");
         }
     }
     EXPECT_EQ(words("<a.dat", line("18440000").substr(0, 46)),
