@@ -1,9 +1,6 @@
 // Image files: their lines, gaps, starts and names, and what may go wrong with them.
-#include <unistd.h>
-
 #include <random>
 
-#include "bank.h"
 #include "test.h"
 
 static const std::string a_bytes = ascending(0x14), b_bytes = ascending(8, 0xa0);
@@ -95,16 +92,6 @@ TEST(images, overlapping_sections_are_written_in_bank_order) {
               "a3a2a1a0 a7a6a5a4 abaaa9a8 afaeadac //18440000\n"
               "03020100 07060504 0b0a0908 0f0e0d0c //18440000\n"
               "13121110 00000000 00000000 00000000 //18440010\n");
-}
-
-TEST(images, bytes_without_zero_fill_are_blank) {
-    CBank bank;
-    bank.name = testing::TempDir() + "bankimg-blank-" + std::to_string(getpid());
-    bank.zero_fill = false;
-    bank.sections.emplace_back().data.assign(1, 0);
-    bank.write();
-    EXPECT_EQ(terminal("cat '" + bank.name + "'; rm '" + bank.name + "'"),
-              "      00                            //00000000\n");
 }
 
 TEST(images, complex_names_join_prefix_elf_base_name_and_suffix) {

@@ -51,8 +51,6 @@ TEST(words, fill_a_memory_of_known_length) {
     EXPECT_EQ(words("-w 8 -l 0/32 -a 1FFFFFB0 -e 0X1fffffef -f 0e a.dat", image), "0e\n0e\n");
     EXPECT_EQ(words("-w 32 -l 3/8 -a 1fffffc0 -e 1fffffff -f A5 a.dat", image),
               "0f0e0d0c\n2f2e2d2c\n");
-    EXPECT_EQ(words("-w 16 -n 10 a.dat", line("18440000")),
-              "0100\n0302\n0504\n0706\n0908\n0b0a\n0d0c\n0f0e\n0000\n0000\n");
     EXPECT_EQ(words("-w 8 -a 0 -e 0 </dev/null", ""), "00\n");
 }
 

@@ -1,8 +1,8 @@
 # shellcheck shell=sh
-# Shared by the tests in this directory: sourced, with the built bankimg as $1. Makes a new directory
-# the current one.
+# Shared by the tests in this directory and tests/documents: sourced, with the built bankimg as $1.
+# Makes a new directory the current one.
 set -eu
-top=$(cd "$(dirname "$0")/../.." && pwd)
+top=$(cd "$(dirname "$0")" && while [ ! -e LICENSE ]; do cd ..; done && pwd)
 examples=$top/examples
 PATH=$(dirname "$(realpath "$1")"):$PATH
 directory=$(mktemp -d)
