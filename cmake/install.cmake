@@ -1,4 +1,4 @@
-# What `cmake --install` puts where, and the package that CPack makes of it.
+# The files that `cmake --install` installs, and the package that CPack makes of them.
 include(GNUInstallDirs)
 set(BANKIMG_ZSH_COMPLETIONS ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING
   "Directory for the zsh completion, below the prefix")

@@ -15,7 +15,7 @@
 
 namespace {
 
-// What the command line asks for.
+// The options of the command line.
 struct settings {
     std::vector<std::string> cfg_files;  // -c and -C, in command-line order
     bool new_cfg = false;                // -C: without the built-in banks

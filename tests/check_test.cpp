@@ -5,7 +5,7 @@
 
 static const std::string bytes = ascending(16, 1);
 
-// What "bankimg-check COMMAND fw.elf" says; the file c holds `banks`.
+// Shows the findings of "bankimg-check COMMAND fw.elf"; the file c holds `banks`.
 static std::string check(const std::string& command, const std::vector<elf_section>& sections,
                          const std::string& banks = "",
                          const std::function<void(Ehdr&, Shdr*)>& damage = nullptr) {

@@ -1,4 +1,4 @@
-// What every test needs: the built program, run as a user does, in a directory of its own.
+// Every test runs the built programs as a user does, in a directory of its own.
 #pragma once
 
 #include <gtest/gtest.h>

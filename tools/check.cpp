@@ -102,7 +102,7 @@ static uint32_t limit(const CBank& bank, const CSect& sect) {
     return region(sect.hdr.sh_addr) | (bank.end & memory_mask);
 }
 
-// What each bank holds (-u).
+// The usage of the banks (-u).
 
 constexpr uint64_t bar_len = 40;
 
@@ -150,7 +150,7 @@ static void show_usage(const std::vector<CBank>& banks) {
     if (!free.empty()) printf("free:%s\n", free.c_str());
 }
 
-// What is wrong with the file.
+// Findings about the file.
 
 // Returns why a run would find nothing of use in the file, or null.
 static const char* unfit(const Ehdr& hdr) {
@@ -225,7 +225,7 @@ static void check_file(elf_headers& elf, const std::vector<CBank>& banks) {
     }
 }
 
-// What is wrong with the banks.
+// Findings about the banks.
 
 // The linker places the next section at the address of thread-local zeros, because these occupy no
 // memory of the program.
@@ -338,7 +338,7 @@ static void check_banks(const settings& own, const std::vector<CBank>& banks) {
     close(null);
 }
 
-// What is wrong with the files that are written, and with old ones.
+// Findings about the files that are written, and notes.
 
 // The path from the root, without "." and "..".
 static std::string absolute(const std::string& path) {
@@ -450,7 +450,10 @@ static void check(settings own, const run_options& opts) {
     Ehdr hdr{};
     const bool complete = read_at(fd, 0, &hdr, sizeof hdr) == sizeof hdr;
     const char* why = complete ? unfit(hdr) : nullptr;
-    if (why != nullptr) return error(why);
+    if (why != nullptr) {
+        error(why);
+        return;
+    }
     load_sections(opts, sections);
     place_sections(opts, banks, sections);
 

@@ -47,7 +47,7 @@ run_options parse_run(int argc, char* argv[], bool map) {
         }
     }
     if (argc <= 1) run_usage(map, argv[0]);
-    opts.elf_path = argv[optind];  // null after the last argument
+    opts.elf_path = argv[optind];  // null if no argument is left
     if (opts.elf_path != nullptr) opts.ignored = argv[optind + 1];
     return opts;
 }

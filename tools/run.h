@@ -9,7 +9,7 @@
 
 #include "bankimg.h"
 
-/// What a command line asks for.
+/// The options of a command line.
 struct run_options {
     bool map = false;                    // a run of bankimg-map: all 32 bits of an address count
     bool help = false;                   // -h; nothing after it was read

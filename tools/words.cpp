@@ -29,7 +29,7 @@ constexpr size_t block_size = 16;  // bytes
 
 namespace {
 
-// What the command line asks for.
+// The options of the command line.
 struct settings {
     size_t digits = 8;                 // of a word, from -w
     uint64_t lane = 0, lanes = 1;      // -l
@@ -199,7 +199,7 @@ static settings parse_options(int argc, char* argv[]) {
     if (opts.fill_text != nullptr && !opts.has_depth) {
         fail("-f " + std::string(opts.fill_text) + ": -n or -e is missing");
     }
-    opts.image = argv[optind];  // null after the last argument
+    opts.image = argv[optind];  // null if no argument is left
     return opts;
 }
 
@@ -261,7 +261,8 @@ void image_reader::refuse(const std::string& what) const {
 
 // Output.
 
-// What waits to be written. Words go straight into it: a call of stdio for each line takes longer.
+// Output that waits to be written. Words go straight into it, because a call of stdio for each line
+// takes longer.
 static char out[256 << 10];
 static size_t out_len = 0;
 
