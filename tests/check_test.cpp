@@ -7,10 +7,9 @@ static const std::string bytes = ascending(16, 1);
 
 // Shows the findings of "bankimg-check COMMAND fw.elf"; the file c holds `banks`.
 static std::string check(const std::string& command, const std::vector<elf_section>& sections,
-                         const std::string& banks = "",
-                         const std::function<void(Ehdr&, Shdr*)>& damage = nullptr) {
+                         const std::string& banks = "", const damage& change = nullptr) {
     return terminal("bankimg-check " + command + " fw.elf",
-                    {{"fw.elf", elf_file(sections, damage)}, {"c", banks}});
+                    {{"fw.elf", elf_file(sections, change)}, {"c", banks}});
 }
 
 static const std::vector<elf_section> good{{".text", 0x18440000, bytes},
@@ -27,36 +26,43 @@ TEST(check, has_nothing_to_say_of_a_good_run_and_writes_nothing) {
 }
 
 TEST(check, shows_how_full_the_banks_are) {
-    EXPECT_EQ(check("-ua bankimg -g 0 -C c",
+    EXPECT_EQ(check("-ua bankimg -g 0 -C c fw.elf",
                     {{".rodata", 0x98400100, std::string(64, 'r')},
                      {".data", 0x98400180, std::string(24, 'd')},
                      {".text", 0x18440000, std::string(248, 't')},
-                     {".boot", 0x1fc00007, std::string(20, 'b')}},
+                     {".boot", 0x1fc00007, std::string(20, 'b')},
+                     {".low", 0xc4000000, bytes + bytes},
+                     {".high", 0xe4000000, bytes}},
                     "ram.dat 18400100 1840019f\nROM 18440000 184400f6\nfree.dat 0 1\n"
-                    "odd.dat 1fc00007 1fc00021\nspare.dat 2 3"),
+                    "odd.dat 1fc00007 1fc00021\nspare.dat 2 3\ntwo.dat c4000000 e400000f"),
+              "error: fw.elf: a second file name is ignored: is -C missing in front of it?\n"
               "ram.dat  18400100 1840019f         88 of        160 bytes  55.0%  "
               "[################................######..]\n"
               "ROM      18440000 184400f6        247 of        247 bytes 100.0%  "
               "[########################################]\n"
               "odd.dat  1fc00007 1fc00021         20 of         27 bytes  74.1%  "
               "[#############################+..........]\n"
+              "two.dat  c4000000 e400000f         48 of  536870928 bytes   0.0%  "
+              "[+......................................+]\n"
               "free: free.dat spare.dat\n"
-              "error: ROM: [.text] 18440000 184400f7 runs past the end of the bank\nexit 1\n");
+              "error: ROM: [.text] 18440000 184400f7 runs past the end of the bank\n"
+              "error: two.dat: [.high] e4000000 e400000f differs from [.low] c4000000 c400001f in "
+              "the top three address bits, which count in gaps\nexit 1\n");
 }
 
 TEST(check, files_that_a_run_takes_for_others) {
-    const std::pair<void (*)(Ehdr&, Shdr*), std::string> cases[] = {
-        {[](Ehdr& e, Shdr*) { e.e_ident[4] = 2; },
+    const std::pair<damage, std::string> cases[] = {
+        {[](headers& h) { h.file.e_ident[4] = 2, h.file.e_shentsize = 64; },
          "a 64-bit file: build for 32 bits, or convert it: objcopy -S -O elf32-..."},
-        {[](Ehdr& e, Shdr*) { e.e_ident[5] = 2; },
+        {[](headers& h) { h.file.e_ident[5] = 2; },
          "a big-endian file: the words of images are little-endian"},
-        {[](Ehdr& e, Shdr*) { e.e_type = 1; },
+        {[](headers& h) { h.file.e_type = 1; },
          "a relocatable file, whose sections have no addresses: link it first"},
-        {[](Ehdr& e, Shdr*) { e.e_shnum = 0; },
+        {[](headers& h) { h.file.e_shnum = 0; },
          "a file without section headers: there is no image"},
     };
-    for (const auto& [damage, finding] : cases) {
-        EXPECT_EQ(check("-u bankimg-map", good, "", damage), "error: " + finding + "\nexit 1\n");
+    for (const auto& [change, finding] : cases) {
+        EXPECT_EQ(check("-u bankimg-map", good, "", change), "error: " + finding + "\nexit 1\n");
     }
 }
 
@@ -68,6 +74,7 @@ TEST(check, run_that_fails_says_what_it_would_say) {
         "error: c: a second file name is ignored: is -C missing in front of it?\n";
     const std::pair<std::string, std::string> cases[] = {
         {"bankimg missing", "Can't open file missing\n"},
+        {"bankimg -b -C missing", "Can't open file missing\n"},
         {"bankimg c c", second + "is not ELF file\n"},
         {"-u bankimg cut", "ELF header is cut short\n"},
         {"bankimg-map -C c fw.elf",
@@ -85,19 +92,35 @@ TEST(check, run_that_fails_says_what_it_would_say) {
 
 TEST(check, bytes_that_no_image_has) {
     const std::string zeros(5000, '\0');
-    EXPECT_EQ(check("bankimg-map -x .bss.x", {{".bss", 0, zeros},
-                                              {"my.sbss", 0x2000, zeros + "x"},
-                                              {".stack", 0x4000, "", SHF_ALLOC, SHT_NOBITS, 4},
-                                              {".bss.x", 0x5000, "x"},
-                                              {".debug.bss", 0, "x", 0},
-                                              {"a.bss", 0x5800, "x"},
-                                              {".text", 0x6000, "x", SHF_ALLOC, 1, 4096}}),
+    // .text ends with the file, .cut a byte later, and .far where 32 bits do not reach.
+    const auto lengthen = [](headers& h) {
+        const uint32_t end = h.sections.back().sh_offset + h.sections.back().sh_size;
+        h.sections[7].sh_offset = end - h.sections[7].sh_size;
+        h.sections[8].sh_offset = end - h.sections[8].sh_size + 1;
+        h.sections[9].sh_offset = h.segments[1].p_offset = 0xfffffff0;
+    };
+    EXPECT_EQ(check("bankimg-map -x .bss.x -x .none -C c fw.elf",
+                    {{".bss", 0, zeros},
+                     {"my.sbss", 0x2000, zeros + "x"},
+                     {".stack", 0x4000, "", SHF_ALLOC, SHT_NOBITS, 4},
+                     {".bss.x", 0x5000, "x"},
+                     {".debug.bss", 0, "x", 0},
+                     {"a.bss", 0x5800, "x"},
+                     {".text", 0x6000, bytes, SHF_ALLOC, 1, 0, 0x6000},
+                     {".cut", 0x7000, bytes},
+                     {".far", 0x8000, bytes, SHF_ALLOC, 1, 0, 0x8100}},
+                    "all.dat 0 ffff", lengthen),
+              "error: fw.elf: a second file name is ignored: is -C missing in front of it?\n"
               "bankimg-map: no section is called .bss.x\n"
+              "bankimg-map: no section is called .none\n"
               "error: [my.sbss] 00002000 00003388: left out because of its name, but not empty: "
               "rename it\n"
               "error: [a.bss] 00005800 00005800: left out because of its name, but not empty: "
               "rename it\n"
-              "error: [.text] 00006000 00006fff: the file ends before the section does\nexit 1\n");
+              "error: [.cut] 00007000 0000700f: the file ends before the section does\n"
+              "error: [.far] 00008000 0000800f: the file ends before the section does\n"
+              "note: [.far] 00008000 0000800f: is stored at 00008100 for the startup code to copy: "
+              "bankimg-map -l puts it there\nexit 1\n");
     const elf_section heap{".heap", 0, "", SHF_ALLOC, SHT_NOBITS, 1U << 31};
     EXPECT_EQ(check("bankimg-map -x .heap", {heap, {".text", 0, "x"}}), "");
     EXPECT_EQ(check("bankimg-map -x .text", {{".text", 0, "x"}, {".bss", 0, zeros}}),
@@ -149,8 +172,8 @@ TEST(check, addresses_that_only_their_top_three_bits_tell_apart) {
         "top three address bits, which count in gaps\n";
     EXPECT_EQ(check("-a -m 94 bankimg -g 0 -C c", arm, map), aliases + "exit 1\n");
     for (const uint16_t mips : {uint16_t{8}, uint16_t{10}}) {
-        const auto damage = [&](Ehdr& ehdr, Shdr*) { ehdr.e_machine = mips; };
-        EXPECT_EQ(check("-m 93 bankimg -g 0 -C c", arm, map, damage),
+        const auto is_mips = [&](headers& h) { h.file.e_machine = mips; };
+        EXPECT_EQ(check("-m 93 bankimg -g 0 -C c", arm, map, is_mips),
                   aliases + "error: low.dat: the image takes 94 bytes, more than 93\nexit 1\n");
     }
     // The bank has other top bits than its sections, of which only the first is told.
@@ -184,6 +207,12 @@ TEST(check, lengths_are_those_of_the_images) {
         const std::string run = "bankimg -C c fw.elf" + options[i % 4];
         EXPECT_EQ(terminal("bankimg-check -m 0 " + run + told + run + compared, inputs), "") << i;
     }
+    constexpr uint32_t lines = (64 << 20) / 47;
+    EXPECT_EQ(check("bankimg-map", {{"a", 0, "a"},
+                                    {"b", 16 * (lines - 1), "b"},
+                                    {"c", 0x08000000, "c"},
+                                    {"d", 0x08000000 + 16 * lines, "d"}}),
+              "error: bank1.dat: the image takes 67108903 bytes, more than 67108864\nexit 1\n");
 }
 
 TEST(check, outputs_of_one_name) {
@@ -206,8 +235,11 @@ TEST(check, outputs_of_one_name) {
 
 TEST(check, raw_files_that_cannot_be_written) {
     const std::string longest(251, 'n'), too_long(252, 'n');
-    const std::string elf =
-        elf_file({{"a/b", 0, "x"}, {".dir", 16, "x"}, {longest, 32, "x"}, {too_long, 48, "x"}});
+    const std::string elf = elf_file({{"a/b", 0, "x"},
+                                      {".dir", 16, "x"},
+                                      {longest, 32, "x"},
+                                      {too_long, 48, "x"},
+                                      {"left/out.bss", 64, "", SHF_ALLOC, SHT_NOBITS, 4}});
     const std::string command = "bankimg-check bankimg fw.elf";
     EXPECT_EQ(terminal("mkdir dir.bin; " + command + " && " + command + " -w", {{"fw.elf", elf}}),
               "error: [a/b] 00000000 00000000: -w takes its name as a path: rename it\n"
@@ -220,10 +252,18 @@ TEST(check, images_that_cannot_be_written) {
     EXPECT_EQ(check("bankimg -C c", good, "none/x 18440000 1844ffff\n.. 1fc00000 1fc0ffff"),
               "error: none/x: the image of none/x cannot be written\n"
               "error: ..: the image of .. cannot be written\nexit 1\n");
-    EXPECT_EQ(terminal("mkdir d; cd d; bankimg-check bankimg -C ../c ../fw.elf",
-                       {{"fw.elf", elf_file(good)},
-                        {"c", "../x 18440000 1844ffff\n/dev/null 1fc00000 1fc0ffff"}}),
-              "");
+    const file_map inputs{{"fw.elf", elf_file(good)},
+                          {"c", "../x 18440000 1844ffff\n/dev/null 1fc00000 1fc0ffff"},
+                          {"protected", "x 18440000 1844ffff\nd/x 1fc00000 1fc0ffff"},
+                          {"x", ""}};
+    EXPECT_EQ(terminal("mkdir d; cd d; bankimg-check bankimg -C ../c ../fw.elf", inputs), "");
+    EXPECT_EQ(
+        terminal("mkdir -m 555 d; chmod 444 x; user() { \"$@\"; }\n"
+                 "if [ $(id -u) = 0 ]; then user() { setpriv --bounding-set -all \"$@\"; }; fi\n"
+                 "user bankimg-check bankimg -C protected fw.elf",
+                 inputs),
+        "error: x: the image of x cannot be written\n"
+        "error: d/x: the image of d/x cannot be written\nexit 1\n");
 }
 
 // Nothing can join the line at fffffff0, neither after zeros nor after another section.

@@ -8,28 +8,44 @@ static uint32_t len(const std::string& bytes) {
     return static_cast<uint32_t>(bytes.size());
 }
 
-std::string elf_file(const std::vector<elf_section>& sections,
-                     const std::function<void(Ehdr&, Shdr*)>& damage) {
+template <class record>
+static std::string bytes_of(const std::vector<record>& table) {
+    return {reinterpret_cast<const char*>(table.data()), table.size() * sizeof(record)};
+}
+
+std::string elf_file(const std::vector<elf_section>& sections, const damage& change) {
     std::string file(sizeof(Ehdr), '\0'), names(1, '\0');
-    std::vector<Shdr> table(1);
-    std::vector<Phdr> segments;
+    headers all;
+    all.sections.emplace_back();
     for (const elf_section& s : sections) {
-        const uint32_t size = s.size != 0 ? s.size : len(s.data);
-        table.push_back({len(names), s.type, s.flags, s.addr, len(file), size, 0, 0, 1, 0});
-        if (s.load != 0) segments.push_back({PT_LOAD, len(file), s.addr, s.load, size, size, 0, 0});
+        const uint32_t at = len(file), size = s.size != 0 ? s.size : len(s.data);
+        all.sections.push_back({len(names), s.type, s.flags, s.addr, at, size, 0, 0, 1, 0});
+        if (s.load != 0) all.segments.push_back({PT_LOAD, at, s.addr, s.load, size, size, 0, 0});
         names += s.name + '\0';
         file += s.data;
     }
-    const uint32_t segments_at = len(file);
-    file.append(reinterpret_cast<const char*>(segments.data()), segments.size() * sizeof(Phdr));
-    const auto last = static_cast<uint16_t>(table.size()), count = static_cast<uint16_t>(last + 1);
-    const uint32_t table_len = count * uint32_t{sizeof(Shdr)};
-    table.push_back({0, 3, 0, 0, len(file) + table_len, len(names), 0, 0, 1, 0});
-    Ehdr ehdr{"\177ELF\1\1\1", 2, 243, 1, 0, segments_at, len(file), 0, 52, 32, 0, 40, count, last};
-    ehdr.e_phnum = static_cast<uint16_t>(segments.size());
-    if (damage) damage(ehdr, table.data());
-    memcpy(file.data(), &ehdr, sizeof ehdr);
-    return file.append(reinterpret_cast<const char*>(table.data()), table_len) + names;
+    const auto last = static_cast<uint16_t>(all.sections.size());
+    const auto count = static_cast<uint16_t>(all.segments.size());
+    const uint32_t table_at = len(file) + len(bytes_of(all.segments));
+    const uint32_t names_at = table_at + (last + 1U) * uint32_t{sizeof(Shdr)};
+    all.sections.push_back({0, 3, 0, 0, names_at, len(names), 0, 0, 1, 0});
+    all.file = {"\177ELF\1\1\1",
+                2,
+                243,
+                1,
+                0,
+                len(file),
+                table_at,
+                0,
+                52,
+                32,
+                count,
+                40,
+                static_cast<uint16_t>(last + 1),
+                last};
+    if (change) change(all);
+    memcpy(file.data(), &all.file, sizeof all.file);
+    return file + bytes_of(all.segments) + bytes_of(all.sections) + names;
 }
 
 std::string ascending(size_t count, size_t first) {

@@ -18,11 +18,17 @@ struct elf_section {
     uint32_t load = 0;  // load address of a segment that holds the section alone; none if 0
 };
 
+struct headers {
+    Ehdr file{};
+    std::vector<Shdr> sections;
+    std::vector<Phdr> segments;
+};
+using damage = std::function<void(headers&)>;
+
 /// Returns an ELF file that holds header 0, `sections`, and the section of their names; the parts
-/// lie in the order file header, section bytes, program headers, section headers, names. `damage`
-/// may change the headers but the program headers.
-std::string elf_file(const std::vector<elf_section>& sections,
-                     const std::function<void(Ehdr&, Shdr*)>& damage = nullptr);
+/// lie in the order file header, section bytes, program headers, section headers, names. `change`
+/// may change the headers before they are laid out.
+std::string elf_file(const std::vector<elf_section>& sections, const damage& change = nullptr);
 
 /// Returns `count` bytes that ascend from `first`: 00 01 02 and so on.
 std::string ascending(size_t count, size_t first = 0);

@@ -47,13 +47,13 @@ TEST(elf, bytes_and_names_may_end_with_the_file) {
 }
 
 TEST(elf, damaged_headers_are_refused) {
-    const std::vector<elf_section> text{{".text", 0x100, "code"}};
-    const auto with = [&](void damage(Ehdr&, Shdr*)) { return elf_file(text, damage); };
     const std::pair<std::string, std::string> cases[] = {
-        {elf_file(text).substr(0, 51), "ELF header is cut short"},
-        {with([](Ehdr& e, Shdr*) { e.e_shentsize = 64; }), "ELF section header size is not 40"},
-        {elf_file(text).substr(0, 170), "ELF section header table is cut short"},
-        {with([](Ehdr& e, Shdr*) { e.e_shstrndx = 3; }), "ELF section name index is out of range"},
+        {elf_file({}).substr(0, 51), "ELF header is cut short"},
+        {elf_file({}, [](headers& h) { h.file.e_shentsize = 64; }),
+         "ELF section header size is not 40"},
+        {elf_file({}).substr(0, 130), "ELF section header table is cut short"},
+        {elf_file({}, [](headers& h) { h.file.e_shstrndx = 2; }),
+         "ELF section name index is out of range"},
         {elf_file({{"big", 0, "", SHF_ALLOC, 1, 1U << 31}}), "Section big is too large"},
     };
     for (const auto& [file, message] : cases) {
@@ -68,10 +68,10 @@ TEST(elf, damaged_headers_are_refused) {
 TEST(elf, strange_headers_are_not) {
     // Header 0 is like any other. The sum that leads to a name wraps at 2^32, here back to the
     // section's own bytes; the section's offset is beyond the end of the file.
-    const std::string elf = elf_file({{"", 0x10, "name\0"s}}, [](Ehdr&, Shdr* table) {
-        table[1].sh_name = uint32_t{sizeof(Ehdr)} - table[2].sh_offset;
-        table[1].sh_offset = 0xfffffffe;
-        table[0] = table[1];
+    const std::string elf = elf_file({{"", 0x10, "name\0"s}}, [](headers& h) {
+        h.sections[1].sh_name = uint32_t{sizeof(Ehdr)} - h.sections[2].sh_offset;
+        h.sections[1].sh_offset = 0xfffffffe;
+        h.sections[0] = h.sections[1];
     });
     const std::string line = "[name] 00000010 00000014 (5,0x5)\n";
     EXPECT_EQ(terminal("MALLOC_PERTURB_=85 bankimg -pw a; cat name.bin", {{"a", elf}}),

@@ -57,43 +57,40 @@ TEST(map, is_bankimg_where_all_sections_lie_in_one_region) {
         "low.bin low.er.bin bank0.dat\n");
 }
 
-static std::string listing(const std::string& elf) {
-    return terminal("bankimg-map -lpC c fw.elf",
-                    {{"fw.elf", elf}, {"c", "all 0 1fffffff\nRAM 20000000 3fffffff"}});
-}
-
-// .data and .text have segments. .part's bytes are the last of .data's; .tail reaches past them.
-static std::string stored_in_flash(void damage(Ehdr&, Shdr*) = nullptr) {
-    return elf_file({{".data", 0x20000000, bytes, SHF_ALLOC, 1, 0, 0x08000300},
-                     {".part", 0x20000010, "", SHF_ALLOC, 1, 4},
-                     {".tail", 0x08000200, "", SHF_ALLOC, 1, 5},
-                     {".text", 0x08000100, bytes, SHF_ALLOC, 1, 0, 0x08000400},
-                     {".same", 0x08000000, "s", SHF_ALLOC, 1, 0, 0x08000400},
-                     {".no_bytes", 0x20000020, "", SHF_ALLOC, SHT_NOBITS, 1U << 31, 0x08000500}},
-                    [&](Ehdr& ehdr, Shdr* table) {
-                        table[2].sh_offset = table[3].sh_offset = table[1].sh_offset + 12;
-                        if (damage != nullptr) damage(ehdr, table);
-                    });
+// Lists the sections at their load addresses. .data and .text have segments. .part's bytes are the
+// last of .data's; .tail reaches past them.
+static std::string stored_in_flash(void change(headers&)) {
+    const std::vector<elf_section> sections{
+        {".data", 0x20000000, bytes, SHF_ALLOC, 1, 0, 0x08000300},
+        {".part", 0x20000010, "", SHF_ALLOC, 1, 4},
+        {".tail", 0x08000200, "", SHF_ALLOC, 1, 5},
+        {".text", 0x08000100, bytes, SHF_ALLOC, 1, 0, 0x08000400},
+        {".same", 0x08000000, "s", SHF_ALLOC, 1, 0, 0x08000400},
+        {".no_bytes", 0x20000020, "", SHF_ALLOC, SHT_NOBITS, 1U << 31, 0x08000500}};
+    const auto lay_out = [&](headers& h) {
+        h.sections[2].sh_offset = h.sections[3].sh_offset = h.sections[1].sh_offset + 12;
+        change(h);
+    };
+    return terminal("bankimg-map -lpC c fw.elf", {{"fw.elf", elf_file(sections, lay_out)},
+                                                  {"c", "all 0 1fffffff\nRAM 20000000 3fffffff"}});
 }
 
 TEST(map, load_addresses_are_those_of_the_segment_that_holds_all_bytes) {
     const std::string tail = "[.tail] 08000200 08000204 (5,0x5)\n";
     const std::string data =
         "[.data] 08000300 0800030f (16,0x10)\n[.part] 0800030c 0800030f (4,0x4)\n";
-    std::string elf = stored_in_flash();
     const std::string same = "[.same] 08000400 08000400 (1,0x1)\n";
-    EXPECT_EQ(listing(elf), tail + data + "[.text] 08000400 0800040f (16,0x10)\n" + same);
+    EXPECT_EQ(stored_in_flash([](headers&) {}),
+              tail + data + "[.text] 08000400 0800040f (16,0x10)\n" + same);
     // .text's segment is another than a loaded one.
-    elf[elf.find("\1\0\0\0\x44", 0, 5)]++;
-    EXPECT_EQ(listing(elf), "[.text] 08000100 0800010f (16,0x10)\n" + tail + data + same);
-    const auto no_segments = [](Ehdr& e, Shdr*) { e.e_phnum = e.e_phentsize = 0; };
-    EXPECT_EQ(listing(stored_in_flash(no_segments)),
+    EXPECT_EQ(stored_in_flash([](headers& h) { h.segments[1].p_type++; }),
+              "[.text] 08000100 0800010f (16,0x10)\n" + tail + data + same);
+    EXPECT_EQ(stored_in_flash([](headers& h) { h.file.e_phnum = h.file.e_phentsize = 0; }),
               "[.same] 08000000 08000000 (1,0x1)\n[.text] 08000100 0800010f (16,0x10)\n" + tail +
                   "[.data] 20000000 2000000f (16,0x10)\n[.part] 20000010 20000013 (4,0x4)\n");
-    const auto bad_size = [](Ehdr& e, Shdr*) { e.e_phentsize = 56; };
-    EXPECT_EQ(listing(stored_in_flash(bad_size)), "ELF program header size is not 32\nexit 1\n");
-    const auto bad_place = [](Ehdr& e, Shdr*) { e.e_phoff = 0xfffffff0; };
-    EXPECT_EQ(listing(stored_in_flash(bad_place)),
+    EXPECT_EQ(stored_in_flash([](headers& h) { h.file.e_phentsize = 56; }),
+              "ELF program header size is not 32\nexit 1\n");
+    EXPECT_EQ(stored_in_flash([](headers& h) { h.file.e_phoff = 0xfffffff0; }),
               "ELF program header table is cut short\nexit 1\n");
 }
 

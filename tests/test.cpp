@@ -28,7 +28,7 @@ std::string terminal(const std::string& command, const file_map& inputs) {
 std::string documented(const std::string& start) {
     const std::string text =
         terminal("cat '" README "' \"$(dirname '" README "')/doc/bankimg.1.md\"");
-    const std::string fence = "```";
-    const size_t from = text.find(fence + "text\n" + start) + fence.size() + sizeof "text";
-    return text.substr(from, text.find(fence, from) - from);
+    const std::string block = text.substr(text.find("```text\n" + start));  // throws if none does
+    const size_t from = strlen("```text\n");
+    return block.substr(from, block.find("```", from) - from);
 }

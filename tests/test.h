@@ -14,5 +14,6 @@ using file_map = std::map<std::string, std::string>;  // name to content
 /// Returns what a terminal shows: both streams, then "exit N" if N is not 0.
 std::string terminal(const std::string& command, const file_map& inputs = {});
 
-/// Returns the block of text in the README or the manual that begins with `start`.
+/// Returns the block of text in the README or the manual that begins with `start`; throws
+/// if there is none.
 std::string documented(const std::string& start);

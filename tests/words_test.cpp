@@ -84,7 +84,7 @@ TEST(words, refuse_what_is_no_image_or_does_not_fit) {
     };
     for (size_t i = 0; i < good.size(); i++) {  // any other character, in any place
         std::string image = good;
-        image[i] = image[i] == ' ' ? '0' : i == 42 ? 'A' : ' ';
+        image[i] = image[i] == ' ' ? '0' : ":`gA@G\xb0\xe1/"[i % 9];
         cases.push_back({"", image, "a.dat:1" + not_a_line});
     }
     for (const std::string lanes :
