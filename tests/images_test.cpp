@@ -18,22 +18,19 @@ TEST(images, sections_share_lines_or_leave_gaps) {
                                             {"C", 0x1844006d, "C"},
                                             {"D", 0x18440079, "D"},
                                             {"E", 0x18440090, "E"}};
-    const std::string a =
+    const std::string image =
         "03020100 07060504 0b0a0908 0f0e0d0c //18440020\n"
-        "13121110 00000000 00000000 00000000 //18440030\n";
-    const std::string gap =
+        "13121110 00000000 00000000 00000000 //18440030\n"
         "00000000 00000000 00000000 00000000 //18440040\n"
-        "00000000 00000000 00000000 00000000 //18440050\n";
-    const std::string b_c_d =
+        "00000000 00000000 00000000 00000000 //18440050\n"
         "a3a2a1a0 a7a6a5a4 00000000 00004300 //18440060\n"
-        "00000000 00000000 00004400 00000000 //18440079\n";
-    const std::string second_gap = "00000000 00000000 00000000 00000000 //18440080\n";
-    const std::string e = "00000045 00000000 00000000 00000000 //18440090\n";
-    for (const char* on : {"", "-g 0 -g 4294967297"}) {
-        EXPECT_EQ(images(on, sections), a + gap + b_c_d + second_gap + e);
-    }
+        "00000000 00000000 00004400 00000000 //18440079\n"
+        "00000000 00000000 00000000 00000000 //18440080\n"
+        "00000045 00000000 00000000 00000000 //18440090\n";
+    for (const char* on : {"", "-g 0 -g 4294967297"}) EXPECT_EQ(images(on, sections), image);
+    const std::string without_gaps = terminal("grep -v '^[0 ]*/' image", {{"image", image}});
     for (const char* off : {"-g 0", "-g x", "-g 0x1", "-g 4294967296", "-g 1 -g -0"}) {
-        EXPECT_EQ(images(off, sections), a + b_c_d + e) << off;
+        EXPECT_EQ(images(off, sections), without_gaps) << off;
     }
 }
 
@@ -135,21 +132,16 @@ static const std::string pram0 = "65646f63 00000000 00000000 00000000 //18440000
 
 TEST(images, come_after_all_that_is_listed) {
     for (const std::string run :
-         {"bankimg -pw", "bankimg -P", "bankimg-map -pw", "bankimg-map -P"}) {
+         {"bankimg -pw", "bankimg-map -pw", "bankimg -P", "bankimg-map -P"}) {
         EXPECT_EQ(terminal("(ulimit -f 0; " + run + " fw.elf; true) 2>&- | sed /]:/d", firmware),
                   "[.text] 18440000 18440003 (4,0x4)\n[.boot] 1fc00000 1fc00003 (4,0x4)\n");
     }
 }
 
-TEST(images, one_that_cannot_be_created_ends_the_run) {
-    EXPECT_EQ(terminal("mkdir bank3.dat; bankimg fw.elf >&- || cat pram0.dat", firmware),
-              "Can't open file bank3.dat\n" + pram0);
-}
-
 TEST(images, do_not_depend_on_who_takes_the_output) {
-    for (const std::string sink : {">&-", ">&- 2>&- <&-"}) {
-        EXPECT_EQ(terminal("bankimg -pP fw.elf " + sink + " && cat pram0.dat", firmware), pram0);
-    }
+    EXPECT_EQ(terminal("bankimg -pP fw.elf >&- 2>&- <&- && cat pram0.dat", firmware), pram0);
+    EXPECT_EQ(terminal("mkdir bank3.dat; bankimg -P fw.elf >&- || cat pram0.dat", firmware),
+              "Can't open file bank3.dat\n" + pram0);
     EXPECT_EQ(terminal("(trap '' XFSZ; ulimit -f 0; bankimg fw.elf) && wc -c <pram0.dat", firmware),
               "0\n");
 }

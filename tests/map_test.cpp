@@ -41,15 +41,11 @@ TEST(map, is_bankimg_where_all_sections_lie_in_one_region) {
                                                {".boot", 0x1fc00001, "x"}})},
                           {"more", "b.dat 30000000 30000001"},
                           {"bad", "b.dat"}};
-    const std::string compare =
-        "mkdir one map; cp * one 2>&-; cp * map 2>&-\n"
-        "(cd one; bankimg $args >said 2>&1; echo $? >status)\n"
-        "(cd map; bankimg-map $args >said 2>&1; echo $? >status)\n"
-        "diff -r one map";
     for (const std::string args : {"fw.elf", "fw.elf -pPwnz", "-g 0 fw.elf", "-g 4294967297 fw.elf",
                                    "-c more fw.elf", "-C more fw.elf", "-C bad fw.elf", "-c . -b",
                                    "-b missing.elf", "-pv -g 2", "more", "missing.elf"}) {
-        EXPECT_EQ(terminal("args='" + args + "'\n" + compare, inputs), "") << args;
+        const std::string rest = args + "; echo $?; tail -v -n +1 *.bin *.dat";
+        EXPECT_EQ(terminal("bankimg-map " + rest, inputs), terminal("bankimg " + rest, inputs));
     }
     EXPECT_EQ(
         terminal("mkdir low.bin; bankimg-map -w -x .high -x .middle fw.elf >&-; echo *.bin *.dat",
