@@ -8,12 +8,12 @@ install(FILES doc/_bankimg DESTINATION ${BANKIMG_ZSH_COMPLETIONS})
 foreach(program IN LISTS programs)  # bash looks for a file of the program's name
   install(FILES doc/bankimg.bash
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME ${program})
-  install(FILES doc/${program}.1.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/doc)
 endforeach()
 
 # The README and what it links to.
 install(FILES README.md CONTRIBUTING.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(FILES doc/banks.svg doc/troubleshooting.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/doc)
+install(DIRECTORY doc DESTINATION ${CMAKE_INSTALL_DOCDIR}
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.svg")
 install(FILES bench/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/bench)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} USE_SOURCE_PERMISSIONS)
 
@@ -45,7 +45,8 @@ endif()
 set(CPACK_PACKAGE_NAME bankimg)
 set(CPACK_PACKAGE_VENDOR "the bankimg authors")
 set(CPACK_PACKAGE_CONTACT "the bankimg authors <authors@bankimg.example>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "split the sections of an ELF executable into memory-bank images")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY
+  "split the sections of an ELF executable into memory-bank images")
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
@@ -57,7 +58,7 @@ bankimg takes one 32-bit little-endian ELF executable and splits the
 bytes of its loadable sections into memory-bank image files, one for
 each bank of the target's memory map: text of four 32-bit words a line,
 with the line's address as a comment. RTL simulations load them with
-$readmemh; ROM flows take them as they stand.")
+$readmemh; ROM generators read them unchanged.")
 if(NOT BANKIMG_STATIC)
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 endif()

@@ -11,9 +11,9 @@ _bankimg() {
     fi
     local plain=bhnpPvwz with_argument=cCg numbers="0 1" number_after=g
     case $program in
-        bankimg-map) plain+=l with_argument+=x ;;
-        bankimg-check) plain=ahu with_argument=m ;;
-        bankimg-words) plain=h with_argument=aeflnw numbers="8 16 32 64 128" number_after=w ;;
+        bankimg-map) plain+=l with_argument+=ox ;;
+        bankimg-check) plain=ahqu with_argument=m ;;
+        bankimg-words) plain=h with_argument=aceflnw numbers="8 16 32 64 128" number_after=w ;;
     esac
     COMPREPLY=()
     # The last letter of a group decides what follows it, unless the argument is attached.

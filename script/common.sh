@@ -37,7 +37,8 @@ need() {
         $missing >/dev/null
 }
 
-# build_preset PRESET [CMAKE OPTION...]: configures and builds quietly; the log is shown if it fails.
+# build_preset PRESET [CMAKE OPTION...]: configures and builds quietly, but shows the log of a
+# failure.
 build_preset() {
     preset=$1
     shift

@@ -15,23 +15,18 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
 #include "file.h"
+#include "line.h"
 #include "report.h"
-
-// On cores like MIPS the top three bits of an address select how memory is reached (cached or not,
-// for example), not which memory.
-constexpr uint32_t memory_mask = 0x1fffffff;
 
 // A line before it gets its bytes and its address. Places without a byte keep the zeros or blanks.
 constexpr char zero[] = "00000000 00000000 00000000 00000000 //00000000\n";
 constexpr char space[] = "                                    //00000000\n";
-static_assert(sizeof zero == sizeof space);
-constexpr size_t line_len = sizeof zero - 1;
-constexpr size_t address_pos = 38;
-constexpr uint32_t block_size = 16;  // bytes of the bank in a line
+static_assert(sizeof zero == line_len + 1 && sizeof space == line_len + 1);
 
 // Where in a line the two digits of a byte go, by the low four bits of its address.
 constexpr int offset[block_size] = {6, 4, 2, 0, 15, 13, 11, 9, 24, 22, 20, 18, 33, 31, 29, 27};
@@ -58,7 +53,7 @@ constexpr digit_table hex_digits;
 
 // An image while it is written. Lines gather in `lines`, and many are written at a time.
 struct image {
-    int fd;
+    int fd;                  // -1 if the image is only measured
     const char* partial;     // what a line shows where no section has a byte: zero or space
     bool gap_fill;           // gaps become lines of zeros
     uint32_t next_block;     // address of the block after the last line
@@ -66,12 +61,13 @@ struct image {
     char* line = lines;      // the open line, or where the next one will begin
     size_t flush_at = 512 * line_len;  // grows, so that a small image touches little of `lines`
 
-    uint64_t written = 0;  // bytes that have left `lines`
+    uint64_t len = 0;  // characters that have left `lines`
+    int error = 0;     // errno of the first write that failed
 
     image(const CBank& bank, int to);
+    void put(const CBank& bank);
     void put_zeros(uint32_t addr, uint32_t end);
     void put_section(const CSect& sect);
-    void finish();
 
     void go_to(uint32_t addr);
     void put_byte(uint32_t addr, char byte);
@@ -104,9 +100,17 @@ image::image(const CBank& bank, int to)
       gap_fill(bank.gap_fill),
       next_block(block_of(bank.sections.front().hdr.sh_addr)) {}
 
+void image::put(const CBank& bank) {
+    if (bank.zero_start) put_zeros(bank.zeros_from(), bank.sections.front().hdr.sh_addr);
+    for (const CSect& sect : bank.sections) put_section(sect);
+    if (line_open) end_line();
+    flush();
+}
+
 // Puts zeros from `addr` up to the first section, which begins at `end` and may complete the last
-// line. A section of zeros would do the same, but take up to half a gigabyte of memory. `addr` must
-// not be above `end`, or the subtraction wraps and the image fills the disk.
+// line. A section of zeros would do the same, but take up to half a gigabyte of memory. `addr` is
+// not above `end`, because placement compared the two: the subtraction would wrap, and the image
+// fill the disk.
 void image::put_zeros(uint32_t addr, uint32_t end) {
     for (; addr < end && addr % block_size != 0; addr++) put_byte(addr, 0);
     const uint32_t count = (end - addr) / block_size;
@@ -127,11 +131,6 @@ void image::put_section(const CSect& sect) {
     for (; left > 0; left--) put_byte(addr++, *at++);
 }
 
-void image::finish() {
-    if (line_open) end_line();
-    flush();
-}
-
 // Prepares for a section at `addr`. If it begins in the block of the last line or before, it
 // continues that line. Otherwise that line ends, and a gap may follow.
 void image::go_to(uint32_t addr) {
@@ -150,11 +149,8 @@ void image::put_block(uint32_t addr, const char* bytes) {
     begin_line(zero, addr);
     uint32_t words[4];
     memcpy(words, bytes, sizeof words);
-    char* to = line;
-    for (uint32_t word : words) {
-        put_word(to, word);
-        to += 9;  // eight digits and a blank
-    }
+    char* const to = line;
+    for (size_t i = 0; i < 4; i++) put_word(to + i * word_step, words[i]);
     end_line();
 }
 
@@ -182,16 +178,17 @@ void image::end_line() {
 }
 
 void image::flush() {
-    const auto len = static_cast<size_t>(line - lines);
-    write_all(fd, lines, len);
-    written += len;
+    const auto count = static_cast<size_t>(line - lines);
+    if (fd >= 0 && !write_all(fd, lines, count) && error == 0) error = errno;
+    len += count;
     line = lines;
     flush_at = std::min(2 * flush_at, sizeof lines);
 }
 
 bool CBank::in_bank(uint32_t addr, uint32_t& base) const {
-    const uint32_t first = start & memory_mask, masked = addr & memory_mask;
-    if (masked < first || masked > (end & memory_mask)) return false;
+    const uint32_t mask = all_bits ? UINT32_MAX : memory_mask;
+    const uint32_t first = start & mask, masked = addr & mask;
+    if (masked < first || masked > (end & mask)) return false;
     base = first;
     return true;
 }
@@ -212,7 +209,7 @@ std::list<CSect>::iterator CBank::insert(std::list<CSect>::iterator from,
 
 void CBank::print() const {
     printf("%s\t%08x %08x", name.c_str(), start, end);
-    if (!prefix.empty() || !suffix.empty()) printf(" (%s,%s)", prefix.c_str(), suffix.c_str());
+    if (!prefix.empty()) printf(" (%s,%s)", prefix.c_str(), suffix.c_str());
     printf("\n");
 }
 
@@ -221,23 +218,26 @@ std::string CBank::file_name() const {
     return prefix + "_" + elfname + (suffix.empty() ? "" : "_" + suffix) + ".dat";
 }
 
-uint64_t CBank::write(int fd) const {
+uint32_t CBank::zeros_from() const {
+    const CSect& first = sections.front();
+    return first.bank_base | region(first.hdr.sh_addr);
+}
+
+uint64_t CBank::image_len() const {
+    image out(*this, -1);
+    out.put(*this);
+    return out.len;
+}
+
+bool CBank::write(const std::string& path) const {
+    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+    if (fd < 0) oops("Can't open file " + path);
     image out(*this, fd);
-    if (zero_start) {
-        // The base is not above the first section: placement compared the masked addresses.
-        const CSect& first = sections.front();
-        out.put_zeros(first.bank_base | (first.hdr.sh_addr & ~memory_mask), first.hdr.sh_addr);
-    }
-    for (const CSect& sect : sections) out.put_section(sect);
-    out.finish();
-    return out.written;
+    out.put(*this);
+    errno = out.error;
+    return close_written(fd, out.error == 0);
 }
 
 void CBank::write() const {
-    if (sections.empty()) return;
-    const std::string path = file_name();
-    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
-    if (fd < 0) oops("Can't open file " + path);
-    write(fd);
-    close(fd);
+    if (!sections.empty()) write(file_name());
 }

@@ -15,6 +15,13 @@
 #include "report.h"
 #include "xstring.h"
 
+bool parse_gap(const char* text, bool& gap) {
+    // Only the lower 32 bits count, on every machine: 4294967297 is 1.
+    const auto value = static_cast<int32_t>(strtoll(text, nullptr, 10));
+    gap = value == 1;
+    return gap || value == 0;
+}
+
 // The bank table.
 
 const char* const banks_name[] = {
@@ -147,28 +154,29 @@ bool is_elf(const char* path) {
     return memcmp(hdr.e_ident + 1, "ELF", 3) == 0;
 }
 
+void read_headers(elf_input& elf) {
+    const int fd = elf.file.fd;
+    if (read_at(fd, 0, &elf.hdr, sizeof elf.hdr) != sizeof elf.hdr) oops("ELF header is cut short");
+    read_sechdrs(fd, &elf.hdr, elf.shdrs);
+    read_secnames(elf.file, &elf.hdr, elf.shdrs, elf.names);
+}
+
+bool read_section(elf_input& elf, size_t index, CSect& sect) {
+    sect.name = elf.names[index];
+    sect.hdr = elf.shdrs[index];
+    if (sect.hdr.sh_size > INT32_MAX) oops("Section " + sect.name + " is too large");
+    sect.setfname();
+    return sect.readv(elf.file);
+}
+
 void read_sections(const char* path, std::list<CSect>& sections) {
     sections.clear();
-    const int fd = openb(path, O_RDONLY);
-    Ehdr hdr{};
-    if (read_at(fd, 0, &hdr, sizeof hdr) != sizeof hdr) oops("ELF header is cut short");
-
-    std::vector<Shdr> shdrs;
-    std::vector<std::string> names;
-    block_reader file{fd};
-    read_sechdrs(fd, &hdr, shdrs);
-    read_secnames(file, &hdr, shdrs, names);
-    const size_t count = filter_sec(shdrs, names);
-
-    for (size_t i = 0; i < count; i++) {
-        if (shdrs[i].sh_size > INT32_MAX) oops("Section " + names[i] + " is too large");
-        CSect& sect = sections.emplace_back();
-        sect.name = std::move(names[i]);
-        sect.setfname();
-        sect.hdr = shdrs[i];
-        sect.readv(file);
-    }
-    close(fd);
+    elf_input elf;
+    elf.file.fd = openb(path, O_RDONLY);
+    read_headers(elf);
+    const size_t count = filter_sec(elf.shdrs, elf.names);
+    for (size_t i = 0; i < count; i++) read_section(elf, i, sections.emplace_back());
+    close(elf.file.fd);
     sections.sort(sec_cmp);  // stable: sections at one address stay in file order
 }
 
@@ -207,7 +215,7 @@ void read_secnames(block_reader& file, const Ehdr* hdr, const std::vector<Shdr>&
     }
 }
 
-static bool is_loaded(const Shdr& shdr, const std::string& name) {
+bool is_loaded(const Shdr& shdr, const std::string& name) {
     if (shdr.sh_size == 0 || (shdr.sh_flags & SHF_ALLOC) == 0) return false;
     for (const char* left_out : {".bss", ".sbss", ".stack"}) {
         if (name.find(left_out) != std::string::npos) return false;
@@ -238,16 +246,14 @@ void print_sections(const std::list<CSect>& sections) {
 
 // Placement: every section goes into a bank.
 
-// Returns the index of the first bank that takes `sect`, and sets its bank_base. If there is none,
-// lists the banks and ends the run. Maps have few banks, so a plain search will do.
-static size_t find_bank(const std::vector<CBank>& banks, CSect& sect) {
+// Maps have few banks, so a plain search will do.
+size_t find_bank(const std::vector<CBank>& banks, CSect& sect) {
     for (size_t i = 0; i < banks.size(); i++) {
         if (banks[i].in_bank(sect.hdr.sh_addr, sect.bank_base)) return i;
     }
     print_banks(banks);
-    char span[sizeof " 0x00000000 0x00000000"];
-    snprintf(span, sizeof span, " 0x%08x 0x%08x", sect.hdr.sh_addr, sect.last());
-    oops("Section " + sect.name + span + " can't add to banks");
+    oops("Section " + sect.name + " 0x" + hex8(sect.hdr.sh_addr) + " 0x" + hex8(sect.last()) +
+         " can't add to banks");
 }
 
 void sec2banks(std::vector<CBank>& banks, std::list<CSect>& sections) {

@@ -44,12 +44,21 @@ size_t block_reader::read(uint64_t at, char* buf, size_t count) {
     return done;
 }
 
-void write_all(int fd, const char* buf, size_t len) {
+bool write_all(int fd, const char* buf, size_t len) {
     while (len > 0) {
         const ssize_t count = write(fd, buf, len);
         if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return;
+        if (count == 0) errno = EIO;
+        if (count <= 0) return false;
         buf += count;
         len -= static_cast<size_t>(count);
     }
+    return true;
+}
+
+bool close_written(int fd, bool complete) {
+    const int reason = errno;
+    if (close(fd) != 0 && complete) return false;
+    errno = reason;
+    return complete;
 }

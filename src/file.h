@@ -8,7 +8,7 @@
 /// fewer at its end, none where it cannot be read at an offset (a pipe).
 size_t read_at(int fd, uint64_t pos, void* buf, size_t len);
 
-/// Reads a file through its block that was read last. Names and the bytes of small sections mostly
+/// Reads a file through the block that was read last. Names and the bytes of small sections mostly
 /// follow one another, so one read serves many of them.
 struct block_reader {
     int fd = -1;
@@ -24,5 +24,9 @@ struct block_reader {
     size_t read(uint64_t at, char* buf, size_t count);
 };
 
-/// Writes `len` bytes. Ignores errors.
-void write_all(int fd, const char* buf, size_t len);
+/// Writes `len` bytes. Returns false, and errno says why, if the system refuses some of them.
+bool write_all(int fd, const char* buf, size_t len);
+
+/// Closes a file after writing to it. Returns `complete`, but false if the system reports an error
+/// only now. Where it returns false, errno says why.
+bool close_written(int fd, bool complete);

@@ -2,7 +2,6 @@
 // This file holds the options and the run: a line for each step, in their order.
 #include <unistd.h>
 
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <list>
@@ -31,18 +30,6 @@ struct settings {
 
 }  // namespace
 
-[[noreturn]] static void print_version() {
-    puts("v.2.09 14/08/2013");
-    exit(EXIT_SUCCESS);
-}
-
-static bool parse_gap(const char* text, const char* program) {
-    // Only the lower 32 bits count, on every machine: 4294967297 is 1.
-    const auto value = static_cast<int32_t>(strtoll(text, nullptr, 10));
-    if (value != 0 && value != 1) usage(program);
-    return value == 1;
-}
-
 static settings parse_options(int argc, char* argv[]) {
     const char* program = argc > 0 ? argv[0] : "bankimg";
     settings opts;
@@ -53,11 +40,13 @@ static settings parse_options(int argc, char* argv[]) {
             case 'b': opts.banks_only = true; break;
             case 'C': opts.new_cfg = true; [[fallthrough]];
             case 'c': opts.cfg_files.emplace_back(optarg); break;
-            case 'g': opts.gap = parse_gap(optarg, program); break;
+            case 'g':
+                if (!parse_gap(optarg, opts.gap)) usage(program);
+                break;
             case 'n': opts.complex_name = true; break;
             case 'p': opts.print_sect = true; break;
             case 'P': opts.print_full = true; break;
-            case 'v': print_version();
+            case 'v': puts(version_line); exit(EXIT_SUCCESS);
             case 'w': opts.write_sect = true; break;
             case 'z': opts.zstart = true; break;
             default: usage(program);

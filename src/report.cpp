@@ -5,11 +5,20 @@
 #include <cstdio>
 #include <cstdlib>
 
+std::string hex8(uint32_t address) {
+    char digits[sizeof "00000000"];
+    snprintf(digits, sizeof digits, "%08x", address);
+    return digits;
+}
+
 void usage(const char* name) {
+    usage(name, "[-b] [-c config.txt] [-C config.txt] [-g] [-h] [-n] [-p] [-P] [-v] [-w] [-z]", "");
+}
+
+void usage(const char* name, const char* synopsis, const char* more) {
     printf(
         "\n"
-        "Usage: %s  [-b] [-c config.txt] [-C config.txt] [-g] [-h] [-n] [-p] [-P] [-v] [-w] [-z]"
-        " elf-file\n"
+        "Usage: %s  %s elf-file\n"
         "Options:\n"
         "  -b - print banks\n"
         "  -c config.txt - add banks config\n"
@@ -21,8 +30,9 @@ void usage(const char* name) {
         "  -P - print banks and sections\n"
         "  -v - print version\n"
         "  -w - write sections to binary files (default=off)\n"
-        "  -z - zeroes start bank (default=off)\n",
-        name);
+        "  -z - zeroes start bank (default=off)\n"
+        "%s",
+        name, synopsis, more);
     exit(EXIT_FAILURE);
 }
 

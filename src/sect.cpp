@@ -15,17 +15,16 @@ void CSect::setfname() {
     fname = name.substr(dotted ? 1 : 0) + ".bin";
 }
 
-void CSect::readv(block_reader& file) {
+bool CSect::readv(block_reader& file) {
     data.resize(hdr.sh_size);
-    size_t delivered = 0;
-    if (hdr.sh_type != SHT_NOBITS) {
-        delivered = file.read(hdr.sh_offset, data.data(), data.size());
-    }
+    const size_t in_file = hdr.sh_type == SHT_NOBITS ? 0 : data.size();
+    const size_t delivered = file.read(hdr.sh_offset, data.data(), in_file);
     memset(data.data() + delivered, 0, data.size() - delivered);
+    return delivered == in_file;
 }
 
-void CSect::writev() const {
-    write_buf(fname.c_str(), data.data(), static_cast<int>(hdr.sh_size));
+bool CSect::writev() const {
+    return write_buf(fname.c_str(), data.data(), static_cast<int>(hdr.sh_size));
 }
 
 void CSect::print(FILE* stream) const {
@@ -33,9 +32,7 @@ void CSect::print(FILE* stream) const {
             static_cast<int>(hdr.sh_size), hdr.sh_size);
 }
 
-void write_buf(const char* path, const char* buf, int len) {
+bool write_buf(const char* path, const char* buf, int len) {
     const int fd = open(path, O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    if (fd < 0) return;
-    write_all(fd, buf, static_cast<size_t>(len));
-    close(fd);
+    return fd >= 0 && close_written(fd, write_all(fd, buf, static_cast<size_t>(len)));
 }

@@ -18,22 +18,24 @@ struct CSect {
     Shdr hdr{};
     byte_vector data;  // `hdr.sh_size` bytes
 
-    /// Address of the last byte, wrapping at 2^32; the first address where the size is 0.
+    /// Address of the last byte, wrapping at 2^32. Of size 0, which no loaded section has, the
+    /// first address.
     uint32_t last() const;
 
-    /// Makes `fname` from `name`: without one leading dot, with ".bin" appended.
+    /// Makes `fname` from `name`: one leading dot is removed, ".bin" appended.
     void setfname();
 
-    /// Loads `data` for `hdr` from the ELF file. Bytes that the file does not hold are zeros.
-    void readv(block_reader& file);
+    /// Loads `data` for `hdr` from the ELF file. Returns whether the file holds all of its bytes;
+    /// those that it does not hold are zeros.
+    bool readv(block_reader& file);
 
-    /// Writes `data` to the raw section file `fname`. Ignores errors.
-    void writev() const;
+    /// Writes `data` to the raw section file `fname`. Returns what write_buf does.
+    bool writev() const;
 
     /// Prints the section's listing line.
     void print(FILE* stream) const;
 };
 
 /// Writes `len` bytes to the file `path`. A new file gets mode 0600; an old one is truncated.
-/// Ignores errors.
-void write_buf(const char* path, const char* buf, int len);
+/// Returns false, and errno says why, if it cannot be created or written completely.
+bool write_buf(const char* path, const char* buf, int len);

@@ -31,20 +31,17 @@ TEST(banks, section_that_fits_none_ends_the_run) {
                   "%s.bin text.bin *.dat\nexit 1\n");
 }
 
-// Shows the order in which a bank holds sections of these addresses and sizes, called a, b, c.
-static std::string order_of(const std::vector<std::pair<uint32_t, size_t>>& spans) {
-    std::vector<elf_section> sections;
-    for (const auto& [addr, size] : spans) {
-        sections.push_back({{"abcd"[sections.size()]}, addr, std::string(size, 'x')});
-    }
+// Shows the order in which a bank holds sections.
+static std::string order(const std::vector<elf_section>& sections) {
     return terminal("echo $(bankimg -g 0 -P fw.elf | sed -n 's/^.\\([a-z]\\).*/\\1/p')",
                     {{"fw.elf", elf_file(sections)}});
 }
 
 TEST(banks, hold_a_section_before_the_first_that_reaches_it) {
-    EXPECT_EQ(order_of({{0, 4}, {0, 8}, {0, 4}}), "c b a\n");
-    EXPECT_EQ(order_of({{0, 100}, {10, 5}, {20, 5}, {200, 5}}), "b c a d\n");
-    EXPECT_EQ(order_of({{0, 1}, {0, 100}, {50, 1}, {60, 1}}), "c d b a\n");
+    EXPECT_EQ(order({sect("a", 0), sect("b", 0, 20), sect("c", 0)}), "c b a\n");
+    EXPECT_EQ(order({sect("a", 0, 99), sect("b", 9), sect("c", 30), sect("d", 99)}), "b c a d\n");
+    EXPECT_EQ(order({sect("a", 0), sect("b", 0, 99), sect("c", 50), sect("d", 70)}), "c d b a\n");
     // The last address of b wraps to 0x0f, so that it does not reach c.
-    EXPECT_EQ(order_of({{0xffffff00, 4}, {0xfffffff0, 0x20}, {0xfffffff8, 4}}), "a b c\n");
+    EXPECT_EQ(order({sect("a", 0xffffff00), sect("b", 0xfffffff8), sect("c", 0xfffffffc, 4)}),
+              "a b c\n");
 }

@@ -8,6 +8,16 @@ static uint32_t len(const std::string& bytes) {
     return static_cast<uint32_t>(bytes.size());
 }
 
+elf_section sect(const std::string& name, uint32_t addr, size_t size, uint32_t load,
+                 uint32_t flags) {
+    return {name, addr, ascending(size, 1), flags, SHT_PROGBITS, 0, load};
+}
+
+elf_section nobits(const std::string& name, uint32_t addr, uint32_t size, uint32_t flags,
+                   uint32_t load) {
+    return {name, addr, "", flags, SHT_NOBITS, size, load};
+}
+
 template <class record>
 static std::string bytes_of(const std::vector<record>& table) {
     return {reinterpret_cast<const char*>(table.data()), table.size() * sizeof(record)};
@@ -25,24 +35,12 @@ std::string elf_file(const std::vector<elf_section>& sections, const damage& cha
         file += s.data;
     }
     const auto last = static_cast<uint16_t>(all.sections.size());
-    const auto count = static_cast<uint16_t>(all.segments.size());
-    const uint32_t table_at = len(file) + len(bytes_of(all.segments));
-    const uint32_t names_at = table_at + (last + 1U) * uint32_t{sizeof(Shdr)};
-    all.sections.push_back({0, 3, 0, 0, names_at, len(names), 0, 0, 1, 0});
-    all.file = {"\177ELF\1\1\1",
-                2,
-                243,
-                1,
-                0,
-                len(file),
-                table_at,
-                0,
-                52,
-                32,
-                count,
-                40,
-                static_cast<uint16_t>(last + 1),
-                last};
+    const auto shnum = static_cast<uint16_t>(last + 1),
+               phnum = static_cast<uint16_t>(all.segments.size());
+    const uint32_t phoff = len(file), shoff = phoff + len(bytes_of(all.segments));
+    const uint32_t names_at = shoff + shnum * uint32_t{sizeof(Shdr)};
+    all.sections.push_back({0, SHT_STRTAB, 0, 0, names_at, len(names), 0, 0, 1, 0});
+    all.file = {"\177ELF\1\1\1", 2, 243, 1, 0, phoff, shoff, 0, 52, 32, phnum, 40, shnum, last};
     if (change) change(all);
     memcpy(file.data(), &all.file, sizeof all.file);
     return file + bytes_of(all.segments) + bytes_of(all.sections) + names;

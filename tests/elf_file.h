@@ -13,10 +13,18 @@ struct elf_section {
     uint32_t addr = 0;
     std::string data;
     uint32_t flags = SHF_ALLOC;
-    uint32_t type = 1;  // SHT_PROGBITS
+    uint32_t type = SHT_PROGBITS;
     uint32_t size = 0;  // taken from `data` if 0
     uint32_t load = 0;  // load address of a segment that holds the section alone; none if 0
 };
+
+/// A section of `size` bytes that ascend from 1.
+elf_section sect(const std::string& name, uint32_t addr, size_t size = 16, uint32_t load = 0,
+                 uint32_t flags = SHF_ALLOC);
+
+/// A section without bytes in the file.
+elf_section nobits(const std::string& name, uint32_t addr, uint32_t size,
+                   uint32_t flags = SHF_ALLOC, uint32_t load = 0);
 
 struct headers {
     Ehdr file{};

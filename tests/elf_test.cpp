@@ -5,35 +5,22 @@ using namespace std::string_literals;
 
 TEST(elf, takes_loadable_sections_in_address_order) {
     const std::string long_name = ".high" + std::string(5000, 'n');  // more than one read of names
-    const std::string elf = elf_file({{long_name, 0xbfc00000, "no file can have such a name"},
-                                      {".boot", 0x1fc00000, "12"},
-                                      {".comment", 0, "x", 0x30},
-                                      {".empty", 0x10, ""},
-                                      {".bss", 0x20, "", SHF_ALLOC, SHT_NOBITS, 1U << 31},
-                                      {"my.sbss2", 0x20, "x"},
-                                      {"x.stack_dummy", 0x20, "x"},
-                                      {".mystack", 0x30, "taken"},
-                                      {".tbss", 0x40, "", SHF_ALLOC, SHT_NOBITS, 3},
-                                      {"..x", 0x50, "a", SHF_ALLOC | 4},
-                                      {"%s too", 0x50, "\0\n"s},
-                                      {"", 0x60, "c"},
-                                      {"boot", 0x70, "longer, and of the same name"}});
-    EXPECT_EQ(terminal("umask 0; bankimg -pw -g 0 fw.elf <&- && stat -c %a tbss.bin bank0.dat\n"
-                       "tail -v -c +1 .bin .x.bin *.bin",
-                       {{"fw.elf", elf}}),
-              "[.mystack] 00000030 00000034 (5,0x5)\n"
-              "[.tbss] 00000040 00000042 (3,0x3)\n"
-              "[..x] 00000050 00000050 (1,0x1)\n"
-              "[%s too] 00000050 00000051 (2,0x2)\n"
-              "[] 00000060 00000060 (1,0x1)\n"
-              "[boot] 00000070 0000008b (28,0x1c)\n"
-              "[.boot] 1fc00000 1fc00001 (2,0x2)\n"
-              "[" +
-                  long_name +
-                  "] bfc00000 bfc0001b (28,0x1c)\n"
-                  "600\n666\n"
-                  "==> .bin <==\nc\n==> .x.bin <==\na\n==> %s too.bin <==\n\0\n\n"
-                  "==> boot.bin <==\n12\n==> mystack.bin <==\ntaken\n==> tbss.bin <==\n\0\0\0"s);
+    const std::string elf =
+        elf_file({sect(long_name, 0xbfc00000), sect(".boot", 0x1fc00000, 2),
+                  sect(".comment", 0, 1, 0, SHF_MERGE | SHF_STRINGS), sect(".empty", 16, 0),
+                  nobits(".bss", 32, 1U << 31), sect("my.sbss2", 32), sect("x.stack_dummy", 32),
+                  sect(".mystack", 0x30, 5), nobits(".tbss", 64, 3),
+                  sect("..x", 0x50, 1, 0, SHF_ALLOC | SHF_EXECINSTR), sect("%s too", 0x50, 12),
+                  sect("", 0x60, 1), sect("boot", 0x70, 40)});
+    EXPECT_EQ(
+        terminal("umask 0; bankimg -pw -g 0 fw.elf <&- >said\n"
+                 "echo $(sed 's/ [^ ]* [^ ]*$//; s/n\\{5000\\}/ and 5000 n/' said)\n"
+                 "stat -c %a tbss.bin bank0.dat; tail -v -c +1 .bin .x.bin *.bin",
+                 {{"fw.elf", elf}}),
+        "[.mystack] 00000030 [.tbss] 00000040 [..x] 00000050 [%s too] 00000050 [] 00000060 [boot] "
+        "00000070 [.boot] 1fc00000 [.high and 5000 n] bfc00000\n600\n666\n"
+        "==> .bin <==\n\1\n==> .x.bin <==\n\1\n==> %s too.bin <==\n\1\2\3\4\5\6\a\b\t\n\v\f\n"
+        "==> boot.bin <==\n\1\2\n==> mystack.bin <==\n\1\2\3\4\5\n==> tbss.bin <==\n\0\0\0"s);
 }
 
 TEST(elf, bytes_and_names_may_end_with_the_file) {

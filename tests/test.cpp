@@ -8,10 +8,8 @@
 #include <filesystem>
 #include <fstream>
 
-namespace fs = std::filesystem;
-
 std::string terminal(const std::string& command, const file_map& inputs) {
-    std::string scratch = (fs::temp_directory_path() / "bankimg-test-XXXXXX").string();
+    std::string scratch = (std::filesystem::temp_directory_path() / "bankimg-test-XXXXXX").string();
     if (mkdtemp(scratch.data()) == nullptr) abort();
     for (const auto& [name, content] : inputs) std::ofstream(scratch + "/" + name) << content;
     // A slip in the arithmetic of gaps writes gigabytes: no file grows beyond 32 MiB.
@@ -21,7 +19,7 @@ std::string terminal(const std::string& command, const file_map& inputs) {
     std::string shown;
     for (int c = 0; (c = getc(shell)) != EOF;) shown += static_cast<char>(c);
     const int status = pclose(shell);
-    fs::remove_all(scratch);
+    std::filesystem::remove_all(scratch);
     return shown + (status == 0 ? "" : "exit " + std::to_string(WEXITSTATUS(status)) + "\n");
 }
 

@@ -14,6 +14,5 @@ using file_map = std::map<std::string, std::string>;  // name to content
 /// Returns what a terminal shows: both streams, then "exit N" if N is not 0.
 std::string terminal(const std::string& command, const file_map& inputs = {});
 
-/// Returns the block of text in the README or the manual that begins with `start`; throws
-/// if there is none.
+/// Returns the block of text in the README or the manual that begins with `start`, or throws.
 std::string documented(const std::string& start);

@@ -2,7 +2,7 @@
 #include "test.h"
 
 static std::string words(const std::string& options, const std::string& image) {
-    return terminal("bankimg-words " + options, {{"a.dat", image}});
+    return terminal("bankimg-words <a.dat " + options, {{"a.dat", image}});
 }
 
 // A line of an image whose bytes ascend from 00, 10 and so on.
@@ -14,17 +14,22 @@ static std::string line(const std::string& address, char high = '0') {
 
 TEST(words, are_what_od_shows_in_every_width_and_lane) {
     const file_map inputs{{"fw.elf", elf_file({{".text", 0x18440000, ascending(256, 1)}})}};
+    // Where each bit of a word is the parity of one check bit, these are the word.
     const std::string compare =
         "bankimg -w fw.elf\n"
         "od -An -v -w8 -tx$((bits / 8)) text.bin | tr -s ' ' '\\n' | grep . |"
         "    awk \"(NR - 1) % ${lane#*/} == ${lane%/*}\" >expected\n"
-        "POSIXLY_CORRECT=1 bankimg-words pram0.dat -w $bits -l $lane | diff expected -";
-    for (const std::string bits : {"8", "16", "32", "64"}) {
+        "POSIXLY_CORRECT=1 bankimg-words pram0.dat -w $bits -l $lane | diff expected -\n"
+        "sed 's/.*/&&/' expected >twice\n"
+        "bankimg-words pram0.dat -w $bits -l $lane -c $masks | diff twice -";
+    for (const size_t bits : {8U, 16U, 32U, 64U}) {
+        std::string set = "bits=" + std::to_string(bits) + " masks=1";
+        for (size_t i = 1; i < bits; i++) set += {',', "1248"[i % 4]}, set.append(i / 4, '0');
         for (const std::string lane : {"0/1", "1/2", "2/3", "7/8", "16/17"}) {
-            EXPECT_EQ(terminal("bits=" + bits + " lane=" + lane + "\n" + compare, inputs), "");
+            EXPECT_EQ(terminal(set + " lane=" + lane + "\n" + compare, inputs), "");
         }
     }
-    EXPECT_EQ(words("<a.dat", line("18440000").substr(0, 46)),
+    EXPECT_EQ(words("", line("18440000").substr(0, 46)),
               "03020100\n07060504\n0b0a0908\n0f0e0d0c\n");
 }
 
@@ -32,13 +37,13 @@ TEST(words, are_what_od_shows_in_every_width_and_lane) {
 TEST(words, records_tell_the_place_of_a_line_that_does_not_follow) {
     const std::string image =
         line("00000020") + line("00000038", '1') + line("00000058", '2') + line("00000000", '3');
-    EXPECT_EQ(words("-a 0x00000000 -w 64 a.dat", image),
+    EXPECT_EQ(words("-a 0x00000000 -w 64", image),
               "@4\n0706050403020100\n0f0e0d0c0b0a0908\n1716151413121110\n1f1e1d1c1b1a1918\n"
               "@a\n2726252423222120\n2f2e2d2c2b2a2928\n@0\n3736353433323130\n3f3e3d3c3b3a3938\n");
-    EXPECT_EQ(words("-a 0 -w 128 -l 1/3 a.dat", line("00000010") + line("00000070")),
+    EXPECT_EQ(words("-a 0 -w 128 -l 1/3", line("00000010") + line("00000070")),
               "0f0e0d0c0b0a09080706050403020100\n@2\n0f0e0d0c0b0a09080706050403020100\n");
-    EXPECT_EQ(words("-a 0 -w 8 -l 15/16 a.dat", line("fffffff0")), "@fffffff\n0f\n");
-    EXPECT_EQ(words("-w 8 -l 0/16 a.dat", line("fffffff0") + line("00000000", '9')), "00\n90\n");
+    EXPECT_EQ(words("-a 0 -w 8 -l 15/16", line("fffffff0")), "@fffffff\n0f\n");
+    EXPECT_EQ(words("-w 8 -l 0/16", line("fffffff0") + line("00000000", '9')), "00\n90\n");
 }
 
 TEST(words, fill_a_memory_of_known_length) {
@@ -46,60 +51,75 @@ TEST(words, fill_a_memory_of_known_length) {
     const std::string first = "0f0e0d0c0b0a09080706050403020100\n",
                       last = "2f2e2d2c2b2a29282726252423222120\n";
     const std::string filler = "0e0e0e0e0e0e0e0e0e0e0e0e0e0e0e0e\n";
-    EXPECT_EQ(words("-w 128 -a 1FFFFFB0 -n 6 -f E a.dat", image),
+    EXPECT_EQ(words("-w 128 -a 1FFFFFB0 -n 6 -f E", image),
               filler + first + filler + last + filler + filler);
-    EXPECT_EQ(words("-w 8 -l 0/32 -a 1FFFFFB0 -e 0X1fffffef -f 0e a.dat", image), "0e\n0e\n");
-    EXPECT_EQ(words("-w 32 -l 3/8 -a 1fffffc0 -e 1fffffff -f A5 a.dat", image),
-              "0f0e0d0c\n2f2e2d2c\n");
-    EXPECT_EQ(words("-w 8 -a 0 -e 0 </dev/null", ""), "00\n");
+    EXPECT_EQ(words("-w 8 -l 0/32 -a 1FFFFFB0 -e 0X1fffffef -f 0e", image), "0e\n0e\n");
+    EXPECT_EQ(words("-w 32 -l 3/8 -a 1fffffc0 -e 1fffffff -f A5", image), "0f0e0d0c\n2f2e2d2c\n");
+    EXPECT_EQ(words("-w 8 -a 0 -e 1869f | uniq -c", ""), " 100000 00\n");
+}
+
+TEST(words, have_check_bits_above_them) {
+    EXPECT_EQ(words("-c ff,ff00,ff0000,ff000000", line("18440000")),
+              "603020100\n907060504\n90b0a0908\n60f0e0d0c\n");
+    EXPECT_EQ(words("-w 8 -l 0/4 -c 0,0 -n 6 -f 1 -c '~FF'", line("00000000")),
+              "100\n004\n008\n10c\n001\n001\n");
+    EXPECT_EQ(
+        words("-w 128 -c 0x80000000000000000000000000000001,0,0,~0,F -a 0", line("00000010", '9')),
+        "@1\n099f9e9d9c9b9a99989796959493929190\n");
 }
 
 TEST(words, refuse_what_is_no_image_or_does_not_fit) {
     const std::string good = line("18440000"), gap = good + line("18440020");
     const std::string not_a_line = ": not a line of an image";
     std::vector<std::tuple<std::string, std::string, std::string>> cases{
-        {"", gap, "a.dat:2: does not follow the line before: -a FIRST is needed"},
-        {"-a 18440010", gap, "a.dat:1: lies below the first address of -a"},
-        {"-n 3", good, "a.dat:1: needs 4 words, more than -n 3"},
-        {"-a 18440000 -n 11", gap + good, "a.dat:3: needs 12 words, more than -n 11"},
+        {"", gap, "stdin:2: does not follow the line before: -a FIRST is needed"},
+        {"-a 18440010", gap, "stdin:1: lies below the first address of -a"},
+        {"-n 3", good, "stdin:1: needs 4 words, more than -n 3"},
+        {"-a 18440000 -n 11", gap + good, "stdin:3: needs 12 words, more than -n 11"},
         {"-a 18440000 -e 1844000f -w 8 -l 3/4", gap,
-         "a.dat:2: needs 12 words, more than the 4 up to -e 1844000f"},
+         "stdin:2: needs 12 words, more than the 4 up to -e 1844000f"},
         {"missing.dat", "", "missing.dat: cannot be opened"},
         {".", "", ".: cannot be read"},
-        {"<a.dat", "no image", "stdin:1" + not_a_line},
-        {"", good + "\n", "a.dat:2" + not_a_line},
-        {"", good + good.substr(0, 45), "a.dat:2" + not_a_line},
-        {"", good.substr(0, 46) + "0", "a.dat:1" + not_a_line},
-        {"-w 24", "", "-w 24: not 8, 16, 32, 64 or 128"},
-        {"-n 1k", "", "-n 1k: not a number of words"},
-        {"-n 010", "", "-n 010: not a number of words"},
-        {"-n 1000000000", "", "-n 1000000000: not a number of words"},
+        {"a.dat", "no image", "a.dat:1" + not_a_line},
+        {"", good + "\n", "stdin:2" + not_a_line},
+        {"", good + good.substr(0, 45), "stdin:2" + not_a_line},
+        {"", good.substr(0, 46) + "0", "stdin:1" + not_a_line},
         {"-a 18440008", "", "-a 18440008: not a multiple of 16"},
-        {"-f 100 -n 1", "", "-f 100: not a byte of two hexadecimal digits"},
         {"-f Ff", "", "-f Ff: -n or -e is missing"},
         {"-e f", "", "-e f: -a FIRST is missing"},
-        {"-e f -a 0 -n 4", "", "-e f: -n tells the length, too"},
+        {"-e f -a 0 -n 4", "", "-e f: cannot be combined with -n"},
         {"-e f -a 10", "", "-e f: lies below the first address of -a"},
+        {"-c 0,0x100 -w 8", "", "-c 0x100: wider than a word"},
         {"-e f -a 0 -l 0/3", "", "-e f: not a whole number of words of each lane"},
     };
     for (size_t i = 0; i < good.size(); i++) {  // any other character, in any place
         std::string image = good;
         image[i] = image[i] == ' ' ? '0' : ":`gA@G\xb0\xe1/"[i % 9];
-        cases.push_back({"", image, "a.dat:1" + not_a_line});
+        cases.push_back({"", image, "stdin:1" + not_a_line});
     }
-    for (const std::string lanes :
-         {"4/4", "2", "1/", "/2", "0/0", "0/2/3", "-1/2", "0/1000000000"}) {
-        const std::string option = "-l " + lanes;
-        cases.push_back({option, "", option + ": not LANE/LANES, with LANE from 0 to LANES-1"});
-    }
-    for (const std::string addr : {"", "0x", "g", "123456780", "1 0"}) {
-        cases.push_back({"-a '" + addr + "'", "", "-a " + addr + ": not a hexadecimal address"});
+    std::string masks = "0";
+    for (size_t i = 0; i < 64; i++) masks += ",0";
+    const std::tuple<std::string, std::vector<std::string>, std::string> options_and_values[] = {
+        {"-a", {"", "0x", "g", "123456780", "1 0"}, "not a hexadecimal address"},
+        {"-c", {masks}, "more than 64 masks"},
+        {"-c",
+         {"", "1,", ",1", "1,,2", "~", "0x", "~~1", "g", std::string(33, '0')},
+         "not hexadecimal masks with commas between them"},
+        {"-f", {"", "100", "0g"}, "not a byte of two hexadecimal digits"},
+        {"-l",
+         {"4/4", "2", "1/", "/2", "0/0", "0/2/3", "-1/2", "0/1000000000"},
+         "not LANE/LANES, with LANE from 0 to LANES-1"},
+        {"-n", {"", "1k", "010", "1000000000"}, "not a number of words"},
+        {"-w", {"", "24", "0"}, "not 8, 16, 32, 64 or 128"},
+    };
+    for (const auto& [option, values, why] : options_and_values) {
+        for (const std::string& value : values) {
+            cases.push_back({option + " '" + value + "'", "", option + " " + value + ": " + why});
+        }
     }
     for (const auto& [options, image, message] : cases) {
-        const bool names_image = options.find_first_of(".<") != std::string::npos;
-        EXPECT_EQ(words(options + (names_image ? "" : " a.dat") + " >/dev/null", image),
-                  "bankimg-words: " + message + "\nexit 1\n")
-            << options;
+        EXPECT_EQ(words(options + " >/dev/null", image),
+                  "bankimg-words: " + message + "\nexit 1\n");
     }
 }
 
@@ -114,3 +134,11 @@ TEST(words, of_a_long_image_are_complete_or_end_with_a_message) {
                   "bankimg-words: cannot write: No space left on device\nexit 1\n");
     }
 }
+
+#ifndef __SANITIZE_ADDRESS__  // which needs more address space than the limit leaves
+TEST(words, take_no_memory_for_what_the_image_does_not_have) {
+    EXPECT_EQ(terminal("ulimit -v 60000; bankimg-words -w 8 -a 0 -e 3ffffff a.dat | tail -n 1",
+                       {{"a.dat", line("03fffff0")}}),
+              "0f\n");
+}
+#endif

@@ -1,6 +1,6 @@
 // bankimg-check: what a run of bankimg or bankimg-map would silently get wrong, a line for each
-// finding on stdout. It stands before the command that it checks. The run happens in here, up to
-// its images: they go to /dev/null, and the writer tells their length.
+// finding on stdout. It is written in front of the command to be checked. The run happens in here,
+// up to its images: they are only measured, by the writer itself.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,74 +11,54 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <new>
 #include <unordered_map>
-#include <utility>
 
+#include "files.h"
+#include "line.h"
 #include "report.h"
 #include "run.h"
 
-namespace fs = std::filesystem;
-
-constexpr uint32_t memory_mask = 0x1fffffff;     // of an address, where aliases are one memory
-constexpr uint16_t ET_REL = 1;                   // a value of `e_type`: relocatable
-constexpr uint16_t EM_MIPS = 8, EM_RS3_LE = 10;  // values of `e_machine`
-constexpr uint32_t SHF_TLS = 0x400;              // a flag of `sh_flags`: each thread has its own
-
 namespace {
 
-// The options of the check itself.
-struct settings {
+// The check: its options, and what it has found.
+struct findings {
     bool aliases = false;      // -a, or a MIPS file: the top three address bits do not count
-    uint64_t most = 64 << 20;  // -m: bytes of an image
+    uint64_t most = 64 << 20;  // -m: characters of an image
+    bool quiet = false;        // -q: no notes
     bool show_usage = false;   // -u
+    bool failed = false;       // there was an error
+
+    void error(const std::string& text);
+    void error(const CBank& bank, const CSect& sect, const std::string& text);
+    void note(const std::string& text) const;
 };
 
-// A section as the file has it, at its run-time address.
-struct file_section {
-    std::string name;
-    Shdr hdr{};
-    bool loaded = false;  // or left out because of its name
-};
+// The sections that occupy memory, at their run-time addresses and without their bytes. Those of -x
+// and -l are missing, but not those that a run leaves out because of their names.
+using section_table = std::vector<CSect>;
 
-// A look at the ELF file, apart from the run.
-struct elf_headers {
-    block_reader file;
-    uint64_t size = 0;                   // of the file, in bytes
-    std::vector<Phdr> segments;          // none if the table is damaged
-    std::vector<file_section> sections;  // that occupy memory, without those of -x and -l
-};
-
-// Each file that a run reads or writes, by its path from the root, and what it is.
+// Each file that a run reads or writes, by its identity, and what it is.
 using file_owners = std::unordered_map<std::string, std::string>;
 
 }  // namespace
 
-// Findings.
+// The name and the range of a section, as a listing shows them.
+static std::string label(const CSect& sect) {
+    return "[" + sect.name + "] " + hex8(sect.hdr.sh_addr) + " " + hex8(sect.last());
+}
 
-static bool failed = false;
-
-static void error(const std::string& text) {
+void findings::error(const std::string& text) {
     printf("error: %s\n", text.c_str());
     failed = true;
 }
 
-static void note(const std::string& text) {
-    printf("note: %s\n", text.c_str());
-}
-
-// The name and the range of a CSect or a file_section, as a listing shows them.
-template <class section>
-static std::string label(const section& sect) {
-    char span[sizeof " 00000000 00000000"];
-    const uint32_t last = sect.hdr.sh_addr + sect.hdr.sh_size - 1;
-    snprintf(span, sizeof span, " %08x %08x", sect.hdr.sh_addr, last);
-    return "[" + sect.name + "]" + span;
-}
-
-static void misplaced(const CBank& bank, const CSect& sect, const std::string& text) {
+void findings::error(const CBank& bank, const CSect& sect, const std::string& text) {
     error(bank.name + ": " + label(sect) + " " + text);
+}
+
+void findings::note(const std::string& text) const {
+    if (!quiet) printf("note: %s\n", text.c_str());
 }
 
 // Addresses.
@@ -87,8 +67,8 @@ static bool in_range(const CBank& bank, uint32_t addr) {
     return bank.start <= addr && addr <= bank.end;
 }
 
-static uint32_t region(uint32_t addr) {
-    return addr & ~memory_mask;
+static uint64_t size_of(const CBank& bank) {
+    return uint64_t{bank.end} - bank.start + 1;
 }
 
 // The address after the last byte, beyond ffffffff where the listed one wraps.
@@ -96,10 +76,11 @@ static uint64_t end_of(const CSect& sect) {
     return uint64_t{sect.hdr.sh_addr} + sect.hdr.sh_size;
 }
 
-// The last address of the bank in the region of a section that it holds.
-static uint32_t limit(const CBank& bank, const CSect& sect) {
-    if (in_range(bank, sect.hdr.sh_addr)) return bank.end;
-    return region(sect.hdr.sh_addr) | (bank.end & memory_mask);
+// Tells whether a section runs past the last address of its bank in the section's region.
+static bool overflows(const CBank& bank, const CSect& sect) {
+    const uint32_t addr = sect.hdr.sh_addr;
+    const uint32_t alias = region(addr) | (bank.end & memory_mask);
+    return end_of(sect) - 1 > (in_range(bank, addr) ? bank.end : alias);
 }
 
 // The usage of the banks (-u).
@@ -110,9 +91,8 @@ constexpr uint64_t bar_len = 40;
 // units as the bank has bytes. Returns how many bytes of the bank the section takes.
 static uint64_t add_to_bar(const CBank& bank, const CSect& sect, uint64_t bytes,
                            uint64_t (&cells)[bar_len]) {
-    const uint32_t addr = sect.hdr.sh_addr;
-    const uint64_t low = in_range(bank, addr) ? addr - bank.start
-                                              : (addr & memory_mask) - (bank.start & memory_mask);
+    const uint32_t addr = sect.hdr.sh_addr, place = addr - bank.start;
+    const uint64_t low = in_range(bank, addr) ? place : place & memory_mask;
     const uint64_t high = std::min(low + sect.hdr.sh_size, bytes);
     for (uint64_t from = bar_len * low; from < bar_len * high;) {
         const uint64_t cell = from / bytes;
@@ -124,7 +104,7 @@ static uint64_t add_to_bar(const CBank& bank, const CSect& sect, uint64_t bytes,
 }
 
 static void show_usage_of(const CBank& bank, int width) {
-    const uint64_t bytes = uint64_t{bank.end} - bank.start + 1;
+    const uint64_t bytes = size_of(bank);
     uint64_t used = 0, cells[bar_len] = {};
     for (const CSect& sect : bank.sections) used += add_to_bar(bank, sect, bytes, cells);
     std::string bar;
@@ -154,10 +134,12 @@ static void show_usage(const std::vector<CBank>& banks) {
 
 // Returns why a run would find nothing of use in the file, or null.
 static const char* unfit(const Ehdr& hdr) {
-    if (hdr.e_ident[4] != 1) {
+    if (hdr.e_ident[EI_CLASS] == ELFCLASS64) {
         return "a 64-bit file: build for 32 bits, or convert it: objcopy -S -O elf32-...";
     }
-    if (hdr.e_ident[5] != 1) return "a big-endian file: the words of images are little-endian";
+    if (hdr.e_ident[EI_DATA] == ELFDATA2MSB) {
+        return "a big-endian file: the words of images are little-endian";
+    }
     if (hdr.e_type == ET_REL) {
         return "a relocatable file, whose sections have no addresses: link it first";
     }
@@ -165,37 +147,18 @@ static const char* unfit(const Ehdr& hdr) {
     return nullptr;
 }
 
-// Tells whether the name lets a run load the section, by the run's own rule.
-static bool is_loaded(const Shdr& shdr, const std::string& name) {
-    static std::vector<Shdr> shdrs;  // static: 60,000 sections allocate them once
-    static std::vector<std::string> names;
-    shdrs.assign(1, shdr);
-    names.assign(1, name);
-    return filter_sec(shdrs, names) == 1;
-}
-
-static elf_headers read_headers(const run_options& opts, int fd, const Ehdr& hdr) {
-    elf_headers elf;
-    elf.file.fd = fd;
-    struct stat status {};
-    if (fstat(fd, &status) == 0) elf.size = static_cast<uint64_t>(status.st_size);
-    read_segments(fd, hdr, elf.segments);
-
-    std::vector<Shdr> shdrs;
-    std::vector<std::string> names;
-    read_sechdrs(fd, &hdr, shdrs);
-    read_secnames(elf.file, &hdr, shdrs, names);
-    elf.sections.reserve(shdrs.size());
-    for (size_t i = 0; i < shdrs.size(); i++) {
-        const Shdr& shdr = shdrs[i];
+static section_table list_sections(const run_options& opts, const elf_input& elf) {
+    section_table table;
+    for (size_t i = 0; i < elf.shdrs.size(); i++) {
+        const Shdr& shdr = elf.shdrs[i];
         if (shdr.sh_size == 0 || (shdr.sh_flags & SHF_ALLOC) == 0) continue;
-        if (is_left_out(opts, shdr, names[i])) continue;
-        file_section& section = elf.sections.emplace_back();
-        section.loaded = is_loaded(shdr, names[i]);
-        section.hdr = shdr;
-        section.name = std::move(names[i]);
+        if (is_left_out(opts, shdr, elf.names[i])) continue;
+        CSect& sect = table.emplace_back();
+        sect.name = elf.names[i];
+        sect.hdr = shdr;
+        sect.setfname();
     }
-    return elf;
+    return table;
 }
 
 // Tells whether the file has a byte of the section that is not 0.
@@ -210,275 +173,305 @@ static bool has_contents(block_reader& file, const Shdr& shdr) {
     return false;
 }
 
-static void check_file(elf_headers& elf, const std::vector<CBank>& banks) {
+// Tells whether the section should have bytes in the file, but has none.
+static bool is_stripped(const Shdr& shdr) {
+    const bool is_variable = (shdr.sh_flags & (SHF_WRITE | SHF_EXECINSTR)) == SHF_WRITE;
+    return shdr.sh_type == SHT_NOBITS && !is_variable;
+}
+
+static void check_bytes(findings& out, elf_input& elf, const CSect& sect, uint64_t size) {
+    const bool has_bytes = sect.hdr.sh_type != SHT_NOBITS;
+    if (!is_loaded(sect.hdr, sect.name)) {
+        if (!has_bytes || !has_contents(elf.file, sect.hdr)) return;
+        out.error(label(sect) + ": left out because of its name, but not empty: rename it");
+    } else if (has_bytes && uint64_t{sect.hdr.sh_offset} + sect.hdr.sh_size > size) {
+        out.error(label(sect) + ": the file ends before the section does");
+    } else if (is_stripped(sect.hdr)) {
+        out.error(label(sect) +
+                  ": code or constants without bytes in the file, zeros are written: is it a file "
+                  "of debugging information?");
+    }
+}
+
+static void check_file(findings& out, elf_input& elf, const section_table& table,
+                       const std::vector<CBank>& banks) {
     const auto is_empty = [](const CBank& bank) { return bank.sections.empty(); };
     if (std::all_of(banks.begin(), banks.end(), is_empty)) {
-        error("no section is loaded: there is no image");
+        out.error("no section is loaded: there is no image");
     }
-    for (const file_section& sect : elf.sections) {
-        if (sect.hdr.sh_type == SHT_NOBITS) continue;
-        if (!sect.loaded && has_contents(elf.file, sect.hdr)) {
-            error(label(sect) + ": left out because of its name, but not empty: rename it");
-        } else if (sect.loaded && uint64_t{sect.hdr.sh_offset} + sect.hdr.sh_size > elf.size) {
-            error(label(sect) + ": the file ends before the section does");
-        }
-    }
+    const auto size = static_cast<uint64_t>(lseek(elf.file.fd, 0, SEEK_END));
+    for (const CSect& sect : table) check_bytes(out, elf, sect, size);
 }
 
 // Findings about the banks.
 
 // The linker places the next section at the address of thread-local zeros, because these occupy no
 // memory of the program.
-static std::string advice_on_overlap(const CSect& a, const CSect& b) {
-    for (const CSect* sect : {&a, &b}) {
-        if ((sect->hdr.sh_flags & SHF_TLS) == 0 || sect->hdr.sh_type != SHT_NOBITS) continue;
-        return ": leave it out: bankimg-map -x " + sect->name;
-    }
-    return "";
+static bool is_tls_zeros(const Shdr& shdr) {
+    return (shdr.sh_flags & SHF_TLS) != 0 && shdr.sh_type == SHT_NOBITS;
 }
 
-static void overlapping(const CBank& bank, const CSect& sect, const CSect& other) {
-    misplaced(bank, sect, "overlaps " + label(other) + advice_on_overlap(sect, other));
+static void report_overlap(findings& out, const CBank& bank, const CSect& sect,
+                           const CSect& other) {
+    const CSect& spare = is_tls_zeros(sect.hdr) ? sect : other;
+    const std::string advice = ": leave it out: bankimg-map -x " + spare.name;
+    out.error(bank, sect, "overlaps " + label(other) + (is_tls_zeros(spare.hdr) ? advice : ""));
 }
 
 // If a section overlaps one that begins no later, placement puts it before that one. If a section
 // wraps past ffffffff, every later section at a higher address overlaps it.
-static void check_overlaps(const CBank& bank) {
+static void check_overlaps(findings& out, const CBank& bank) {
     std::vector<const CSect*> open;
     const CSect* wraps = nullptr;
     for (const CSect& sect : bank.sections) {
         while (!open.empty() && open.back()->hdr.sh_addr >= sect.hdr.sh_addr) {
-            overlapping(bank, *open.back(), sect);
+            report_overlap(out, bank, *open.back(), sect);
             open.pop_back();
         }
         if (wraps != nullptr && sect.hdr.sh_addr >= wraps->hdr.sh_addr) {
-            overlapping(bank, sect, *wraps);
+            report_overlap(out, bank, sect, *wraps);
         }
         if (end_of(sect) > uint64_t{1} << 32) wraps = &sect;
         open.push_back(&sect);
     }
 }
 
-// A section that is in its bank only without the top three bits of its address.
-static void check_alias(const settings& own, const std::vector<CBank>& banks, const CBank& bank,
+// Reports a section that is in its bank only without the top three bits of its address.
+static void check_alias(findings& out, const std::vector<CBank>& banks, const CBank& bank,
                         const CSect& sect) {
-    if (!own.aliases) {
-        misplaced(bank, sect,
-                  "is in the bank only without the top three address bits: use bankimg-map, or -a "
-                  "if both are one memory");
+    if (!out.aliases) {
+        out.error(bank, sect,
+                  "is in the bank only without the top three address bits: use bankimg-map, or "
+                  "bankimg-check -a if these bits only select a window");
         return;
     }
     for (const CBank& other : banks) {
         if (!in_range(other, sect.hdr.sh_addr)) continue;
-        misplaced(bank, sect, "lies in the range of " + other.name + ": one memory needs one bank");
+        out.error(bank, sect, "lies in the range of " + other.name + ": one memory needs one bank");
     }
 }
 
-static void check_sections(const settings& own, const std::vector<CBank>& banks,
-                           const CBank& bank) {
+static void check_sections(findings& out, const std::vector<CBank>& banks, const CBank& bank) {
     const CSect& first = bank.sections.front();
     bool differs = false;
     for (const CSect& sect : bank.sections) {
-        if (end_of(sect) - 1 > limit(bank, sect)) {
-            misplaced(bank, sect, "runs past the end of the bank");
-        }
-        if (!in_range(bank, sect.hdr.sh_addr)) check_alias(own, banks, bank, sect);
-        if (!own.aliases || differs) continue;
+        if (overflows(bank, sect)) out.error(bank, sect, "runs past the end of the bank");
+        if (!in_range(bank, sect.hdr.sh_addr)) check_alias(out, banks, bank, sect);
+        if (!out.aliases || differs) continue;
         differs = region(sect.hdr.sh_addr) != region(first.hdr.sh_addr);
         if (!differs) continue;
-        misplaced(
-            bank, sect,
-            "differs from " + label(first) + " in the top three address bits, which count in gaps");
+        out.error(bank, sect,
+                  "differs from " + label(first) +
+                      " in the top three address bits, so the gap between them is written out");
     }
 }
 
 // After the line at fffffff0 the writer expects address 0, so nothing can join that line any more.
-static void check_last_line(const CBank& bank) {
+static void check_last_line(findings& out, const CBank& bank) {
     constexpr uint32_t last_line = 0xfffffff0;
-    const uint32_t first_addr = bank.sections.front().hdr.sh_addr;
-    const uint32_t zeros_from = region(first_addr) | (bank.start & memory_mask);
-    bool begun = bank.zero_start && zeros_from < first_addr;
+    bool begun = bank.zero_start && bank.zeros_from() < bank.sections.front().hdr.sh_addr;
     for (const CSect& sect : bank.sections) {
         if (begun && sect.hdr.sh_addr > last_line) {
-            misplaced(bank, sect,
-                      "begins inside the last line of the address space: begin it at fffffff0");
+            out.error(bank, sect,
+                      "begins inside the last line of the address space: let one section hold "
+                      "everything from fffffff0 on");
         }
         begun = end_of(sect) > last_line;
     }
 }
 
-static void check_image(const settings& own, const CBank& bank, int null) {
-    const uint64_t bytes = bank.write(null);
-    if (bytes <= own.most) return;
-    error(bank.name + ": the image takes " + std::to_string(bytes) + " bytes, more than " +
-          std::to_string(own.most));
+static void check_start(findings& out, const CBank& bank) {
+    if (bank.start % block_size != 0) {
+        out.error(bank.name +
+                  ": does not begin at a multiple of 16: under -z its words are shifted");
+    }
+    if (in_range(bank, bank.zeros_from()) && bank.zeros_from() != bank.start) {
+        out.error(bank.name + ": under -z its image begins at " + hex8(bank.zeros_from()) +
+                  ", not at its start: divide it at each multiple of 20000000");
+    }
 }
 
-static void check_banks(const settings& own, const std::vector<CBank>& banks) {
-    const int null = openb("/dev/null", O_WRONLY);
-    for (const CBank& bank : banks) {
-        if (bank.name.compare(0, 3, "\xef\xbb\xbf") == 0) {
-            error(bank.name + ": the bank file begins with a byte order mark: save it without one");
-        }
-        if ((bank.end & memory_mask) < (bank.start & memory_mask)) {
-            error(bank.name +
-                  ": takes nothing: without the top three address bits it ends below its start: "
-                  "divide it");
-        }
-        if (bank.sections.empty()) continue;
-        if (bank.zero_start && bank.start % 16 != 0) {
-            error(bank.name +
-                  ": does not begin at a multiple of 16: under -z its words are shifted");
-        }
-        check_overlaps(bank);
-        check_sections(own, banks, bank);
-        check_last_line(bank);
-        check_image(own, bank, null);
+static void check_image(findings& out, const CBank& bank) {
+    const uint64_t len = bank.image_len();
+    if (len > out.most) {
+        out.error(bank.name + ": the image takes " + std::to_string(len) + " bytes, more than " +
+                  std::to_string(out.most));
     }
-    close(null);
+    const uint64_t words = len / line_len * 4, room = (size_of(bank) + 3) / 4;
+    const bool is_whole = bank.start % block_size == 0 && size_of(bank) % block_size == 0;
+    if (is_whole || words <= room) return;
+    for (const CSect& sect : bank.sections) {
+        if (overflows(bank, sect)) return;  // which is reported, and explains the length
+    }
+    out.error(bank.name + ": the image has " + std::to_string(words) + " words, the bank " +
+              std::to_string(room) + ": let it begin and end at multiples of 16");
+}
+
+static void check_bank(findings& out, const std::vector<CBank>& banks, const CBank& bank) {
+    if (bank.name.compare(0, 3, "\xef\xbb\xbf") == 0) {
+        out.error(bank.name + ": the bank file begins with a byte order mark: save it without one");
+    }
+    if ((bank.end & memory_mask) < (bank.start & memory_mask)) {
+        out.error(bank.name +
+                  ": takes nothing: with the top three address bits cleared it ends below its "
+                  "start: split it");
+    }
+    if (bank.sections.empty()) return;
+    if (bank.zero_start) check_start(out, bank);
+    check_overlaps(out, bank);
+    check_sections(out, banks, bank);
+    check_last_line(out, bank);
+    check_image(out, bank);
 }
 
 // Findings about the files that are written, and notes.
 
-// The path from the root, without "." and "..".
-static std::string absolute(const std::string& path) {
-    static std::error_code ignored;  // in a directory that is gone, paths stay relative
-    static const fs::path here = fs::current_path(ignored);
-    return (here / path).lexically_normal().string();
-}
-
-// Tells whether the path was free.
-static bool claim(file_owners& owners, const std::string& path, const std::string& owner) {
-    std::string& listed = owners[absolute(path)];
-    const bool is_free = listed.empty();
-    if (!is_free) error(path + ": " + listed + " and " + owner + " are one file");
-    listed = owner;
-    return is_free;
-}
-
-static bool can_be_written(const std::string& path) {
+// Claims the file for its owner, unless a later write loses nothing there, as in /dev/null.
+static void claim(findings& out, file_owners& owners, const std::string& path,
+                  const std::string& owner) {
     struct stat status {};
-    if (stat(path.c_str(), &status) == 0) {
-        return !S_ISDIR(status.st_mode) && access(path.c_str(), W_OK) == 0;
-    }
-    if (errno != ENOENT) return false;
-    const size_t slash = path.rfind('/');
-    const std::string directory = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-    return access(directory.c_str(), W_OK | X_OK) == 0;
+    if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) return;
+    std::string& listed = owners[identity(path)];
+    if (!listed.empty()) out.error(path + ": " + listed + " and " + owner + " are one file");
+    listed = owner;
 }
 
-static void check_image_file(file_owners& owners, const CBank& bank) {
-    const std::string path = bank.file_name();
-    if (!claim(owners, path, "the image of " + bank.name) || can_be_written(path)) return;
-    error(path + ": the image of " + bank.name + " cannot be written");
+static void check_image_file(findings& out, file_owners& owners, const run_options& opts,
+                             const CBank& bank) {
+    const std::string path = output_path(opts, bank.file_name()),
+                      image = "the image of " + bank.name;
+    const int reason = why_not_written(path, opts.directory);
+    if (reason == 0) return claim(out, owners, path, image);
+    out.error(path + ": " + image + " cannot be written: " + strerror(reason));
 }
 
-static void check_raw_file(file_owners& owners, const file_section& sect) {
-    CSect raw;
-    raw.name = sect.name;
-    raw.setfname();
+static void check_raw_file(findings& out, file_owners& owners, const run_options& opts,
+                           const CSect& sect) {
+    const std::string path = output_path(opts, sect.fname);
+    const int reason = why_not_written(path, opts.directory);
     if (sect.name.find('/') != std::string::npos) {
-        error(label(sect) + ": -w takes its name as a path: rename it");
-    } else if (!can_be_written(raw.fname)) {
-        error(raw.fname + ": the raw file of [" + sect.name + "] cannot be written");
+        out.error(label(sect) + ": -w takes its name as a path: rename it");
+    } else if (reason != 0) {
+        out.error(path + ": the raw file of [" + sect.name +
+                  "] cannot be written: " + strerror(reason));
     }
-    claim(owners, raw.fname, "the raw file of " + label(sect));
+    if (reason == 0) claim(out, owners, path, "the raw file of " + label(sect));
 }
 
-static file_owners check_outputs(const run_options& opts, const elf_headers& elf,
+static file_owners check_outputs(findings& out, const run_options& opts, const section_table& table,
                                  const std::vector<CBank>& banks) {
-    file_owners owners{{absolute(opts.elf_path), "the ELF file"}};
-    for (const std::string& file : opts.cfg_files) owners[absolute(file)] = "a bank file";
+    file_owners owners{{identity(opts.elf_path), "the ELF file"}};
+    for (const std::string& file : opts.cfg_files) owners[identity(file)] = "a bank file";
+    const int reason = opts.directory == nullptr ? 0 : why_not_created(opts.directory);
+    if (reason != 0) {
+        out.error(opts.directory + std::string(": the directory of -o cannot be created: ") +
+                  strerror(reason));
+        return owners;
+    }
     for (const CBank& bank : banks) {
-        if (!bank.sections.empty()) check_image_file(owners, bank);
+        if (!bank.sections.empty()) check_image_file(out, owners, opts, bank);
     }
     if (!opts.write_sect) return owners;
-    for (const file_section& sect : elf.sections) {
-        if (sect.loaded) check_raw_file(owners, sect);
+    for (const CSect& sect : table) {
+        if (is_loaded(sect.hdr, sect.name)) check_raw_file(out, owners, opts, sect);
     }
     return owners;
 }
 
-static void note_sections(const run_options& opts, const elf_headers& elf) {
-    for (const file_section& sect : elf.sections) {
-        if (!sect.loaded) continue;
+static void note_sections(const findings& out, const run_options& opts, const elf_input& elf,
+                          const section_table& table) {
+    std::vector<Phdr> segments;
+    read_segments(elf, segments);  // none if the table is damaged
+    for (const CSect& sect : table) {
+        if (!is_loaded(sect.hdr, sect.name) || is_stripped(sect.hdr)) continue;
         if (sect.hdr.sh_type == SHT_NOBITS) {
-            note(label(sect) + ": has no bytes in the file: zeros are written");
+            out.note(label(sect) + ": has no bytes in the file: zeros are written");
             continue;
         }
-        const uint32_t addr = load_address(sect.hdr, elf.segments);
+        const uint32_t addr = load_address(sect.hdr, segments);
         if (opts.load || addr == sect.hdr.sh_addr) continue;
-        char digits[sizeof "00000000"];
-        snprintf(digits, sizeof digits, "%08x", addr);
-        note(label(sect) + ": is stored at " + digits +
-             " for the startup code to copy: bankimg-map -l puts it there");
+        out.note(label(sect) + ": is stored at " + hex8(addr) +
+                 " for the startup code to copy: bankimg-map -l puts it there");
     }
 }
 
-static void note_old_images(file_owners& owners, const std::vector<CBank>& banks) {
+static void note_old_images(const findings& out, const run_options& opts, file_owners& owners,
+                            const std::vector<CBank>& banks) {
     for (const CBank& bank : banks) {
-        const std::string path = bank.file_name();
+        if (!bank.sections.empty()) continue;
+        const std::string path = output_path(opts, bank.file_name());
         struct stat status {};
         if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) continue;
-        if (!owners.emplace(absolute(path), "").second) continue;
-        note(path + ": is there already, and its bank receives nothing now");
+        if (!owners.emplace(identity(path), "").second) continue;
+        out.note(path + ": is an old image: its bank receives no section in this run");
     }
 }
 
-static void note_gap(const run_options& opts) {
-    const std::string text = opts.gap_text;
-    if (text == "0" || text == "1") return;
-    note("-g " + text + ": read as " + (opts.gap ? "1" : "0"));
+// Findings about the command.
+
+static void check_command(findings& out, const run_options& opts) {
+    if (opts.gap_text != "0" && opts.gap_text != "1") {
+        out.note("-g takes " + opts.gap_text + " as its number: read as " + (opts.gap ? "1" : "0"));
+    }
+    if (opts.ignored == nullptr) return;
+    const std::string first = opts.elf_path, second = opts.ignored;
+    if (access(first.c_str(), R_OK) == 0 && !is_elf(first.c_str())) {
+        out.error(
+            second + ": ignored, because " + first +
+            " comes first and is taken for the ELF file: is -C missing before the bank file?");
+    } else {
+        out.error(second + ": a second file name is ignored: is -C missing in front of it?");
+    }
 }
 
 // The run.
 
-static void check(settings own, const run_options& opts) {
+// Returns whether it found no error.
+static bool check(findings out, const run_options& opts) {
     std::vector<CBank> banks;
     std::list<CSect> sections;
+    elf_input elf;
 
     // Reported first, because it usually explains why a run fails.
-    if (opts.ignored != nullptr && !opts.banks_only) {
-        error(opts.ignored +
-              std::string(": a second file name is ignored: is -C missing in front of it?"));
-    }
+    if (opts.what != request::banks) check_command(out, opts);
     read_banks(opts, banks);
-    if (opts.banks_only) return;
+    if (opts.what == request::banks) return true;
 
     require_input(opts, banks);
-    const int fd = openb(opts.elf_path, O_RDONLY);
-    Ehdr hdr{};
-    const bool complete = read_at(fd, 0, &hdr, sizeof hdr) == sizeof hdr;
-    const char* why = complete ? unfit(hdr) : nullptr;
+    elf.file.fd = openb(opts.elf_path, O_RDONLY);
+    const size_t len = read_at(elf.file.fd, 0, &elf.hdr, sizeof elf.hdr);
+    const char* why = len == sizeof elf.hdr ? unfit(elf.hdr) : nullptr;
     if (why != nullptr) {
-        error(why);
-        return;
+        out.error(why);
+        return false;
     }
-    load_sections(opts, sections);
-    place_sections(opts, banks, sections);
+    read_headers(elf);
+    load_sections(opts, elf, sections);
+    sec2banks(banks, sections);
 
-    elf_headers elf = read_headers(opts, fd, hdr);
-    if (hdr.e_machine == EM_MIPS || hdr.e_machine == EM_RS3_LE) own.aliases = true;
-    if (own.show_usage) show_usage(banks);
-    check_file(elf, banks);
-    check_banks(own, banks);
-    file_owners owners = check_outputs(opts, elf, banks);
-    note_gap(opts);
-    note_sections(opts, elf);
-    note_old_images(owners, banks);
-    close(fd);
+    const section_table table = list_sections(opts, elf);
+    if (elf.hdr.e_machine == EM_MIPS || elf.hdr.e_machine == EM_MIPS_RS3_LE) out.aliases = true;
+    if (out.show_usage) show_usage(banks);
+    check_file(out, elf, table, banks);
+    for (const CBank& bank : banks) check_bank(out, banks, bank);
+    file_owners owners = check_outputs(out, opts, table, banks);
+    note_sections(out, opts, elf, table);
+    note_old_images(out, opts, owners, banks);
+    close(elf.file.fd);
+    return !out.failed;
 }
 
 // The command line.
 
 static void print_usage(FILE* stream) {
     fputs(
-        "Usage: bankimg-check [-a] [-m BYTES] [-u] bankimg|bankimg-map [OPTION...] ELF-FILE\n"
+        "Usage: bankimg-check [-a] [-m BYTES] [-q] [-u] bankimg|bankimg-map [OPTION...] ELF-FILE\n"
         "Says what the command would silently get wrong; the OPTIONs are those of the command.\n"
         "  -a        the target ignores the top three address bits (as a MIPS core does)\n"
         "  -h        print this text\n"
-        "  -m BYTES  call an image of more than BYTES bytes an error (default 67108864)\n"
-        "  -u        show first what each bank holds\n",
+        "  -m BYTES  report an image larger than BYTES as an error (default 67108864)\n"
+        "  -q        report errors only, no notes\n"
+        "  -u        first show what each bank holds\n",
         stream);
 }
 
@@ -489,25 +482,25 @@ static uint64_t parse_most(const std::string& text) {
     return strtoull(text.c_str(), nullptr, 10);
 }
 
-// Tells whether the command is bankimg-map. Ends the process if it is not bankimg either.
-static bool is_map(const std::string& command) {
+// Returns the program that the command names. Ends the process if it is none that can be checked.
+static program program_of(const std::string& command) {
     const std::string name = command.substr(command.rfind('/') + 1);  // npos + 1 is 0: all of it
-    if (name != "bankimg" && name != "bankimg-map") {
-        oops("bankimg-check: " + command + ": not bankimg or bankimg-map");
-    }
-    return name == "bankimg-map";
+    if (name == "bankimg") return program::bankimg;
+    if (name == "bankimg-map") return program::map;
+    oops("bankimg-check: " + command + ": not bankimg or bankimg-map");
 }
 
 int main(int argc, char* argv[]) {
     try {
-        settings own;
+        findings out;
         int letter = 0;
-        while ((letter = getopt(argc, argv, "+ahm:u")) != -1) {
+        while ((letter = getopt(argc, argv, "+ahm:qu")) != -1) {
             switch (letter) {
-                case 'a': own.aliases = true; break;
+                case 'a': out.aliases = true; break;
                 case 'h': print_usage(stdout); return EXIT_SUCCESS;
-                case 'm': own.most = parse_most(optarg); break;
-                case 'u': own.show_usage = true; break;
+                case 'm': out.most = parse_most(optarg); break;
+                case 'q': out.quiet = true; break;
+                case 'u': out.show_usage = true; break;
                 default: print_usage(stderr); return EXIT_FAILURE;
             }
         }
@@ -516,10 +509,11 @@ int main(int argc, char* argv[]) {
             return EXIT_FAILURE;
         }
         char** command = argv + optind;
-        const run_options opts = parse_run(argc - optind, command, is_map(command[0]));
-        if (!opts.help && !opts.version) check(own, opts);
+        const run_options opts = parse_run(argc - optind, command, program_of(command[0]));
+        const bool runs = opts.what == request::images || opts.what == request::banks;
+        if (runs && !check(out, opts)) return EXIT_FAILURE;
     } catch (const std::bad_alloc&) {
         oops("Out of memory");
     }
-    return failed ? EXIT_FAILURE : EXIT_SUCCESS;
+    return EXIT_SUCCESS;
 }

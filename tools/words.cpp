@@ -6,8 +6,8 @@
 //     03020100 07060504 0b0a0908 0f0e0d0c //18440000
 //     0f0e0d0c0b0a09080706050403020100
 //
-// Memories side by side, the lanes, take the words in turn. One of them is printed as it comes, or,
-// where its length is known, gathered first: lines may then come in any order.
+// Memories side by side, the lanes, take the words in turn. The chosen lane is printed as it comes
+// or, where its length is known, sorted first: lines may then come in any order.
 #include <unistd.h>
 
 #include <algorithm>
@@ -17,32 +17,44 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <exception>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
+#include "line.h"
 #include "report.h"
 
-constexpr size_t line_len = 47;  // of an image's line, newline included
-constexpr size_t address_pos = 38;
 constexpr size_t block_digits = 32;
-constexpr size_t block_size = 16;  // bytes
+constexpr char hex_digits[] = "0123456789abcdef";
 
 namespace {
 
+// A number from the command line, and the text that gave it, for messages.
+struct number {
+    std::string text;
+    uint64_t value = 0;
+};
+
+// A check bit: the parity of some bits of a word.
+struct check_bit {
+    std::string text;  // for messages
+    std::string mask;  // of these bits: as many digits as the widest word has
+    bool is_inverted;  // the complement of the parity
+};
+
 // The options of the command line.
 struct settings {
-    size_t digits = 8;                 // of a word, from -w
-    uint64_t lane = 0, lanes = 1;      // -l
-    const char* first_text = nullptr;  // -a; null if not given
-    uint64_t first = 0;                // the memory's first address
-    const char* last_text = nullptr;   // -e; null if not given
-    uint64_t last = 0;                 // the memory's last address
-    bool has_depth = false;            // -n or -e
-    uint64_t depth = 0;                // words of the lane
-    std::string depth_text;            // the option that gave them
-    const char* fill_text = nullptr;   // -f; null if not given
-    std::string fill = "00";           // two digits
-    const char* image = nullptr;       // null for stdin
+    size_t digits = 8;              // of a word, from -w
+    uint64_t lane = 0, lanes = 1;   // -l
+    std::optional<number> first;    // -a: the memory's first address
+    std::optional<number> last;     // -e: the memory's last address
+    std::optional<number> depth;    // -n or -e: words of the lane
+    std::optional<number> fill;     // -f: a byte
+    std::vector<check_bit> checks;  // -c: the lowest bit first
+    const char* image = nullptr;    // null for stdin
 };
 
 // The lines of an image, one after the other.
@@ -61,24 +73,45 @@ struct image_reader {
     [[noreturn]] void refuse(const std::string& what) const;
 };
 
-// The words of the lane, on their way to stdout.
+// The words of the lane in one block.
+struct lane_part {
+    uint64_t place;  // of the first one in the lane
+    uint64_t skip;   // words of other lanes before it
+    size_t count;
+    size_t at;  // in `kept`
+};
+
+// The words of the lane, on their way to stdout. Each becomes an entry: check bits, word, newline.
 struct lane_words {
     const settings& opts;
-    uint64_t in_block;        // words of a block, of all lanes
-    size_t entry_len;         // bytes of a word and its newline
-    std::string filler;       // the entry of a word that the image does not have
-    uint64_t next_block = 0;  // number of the block after the last one
-    uint64_t skip;            // words of other lanes in it, before the lane's next word
-    uint64_t place = 0;       // of that word in the lane
-    uint64_t end = 0;         // place after the word printed last
-    uint64_t top = 0;         // words that the lane needs
-    std::string gathered;     // entries of the lane from its start
+    uint64_t in_block;            // words of a block, of all lanes
+    size_t check_digits;          // of an entry
+    size_t entry_len;             // characters
+    uint64_t next_block = 0;      // number of the block after the last one
+    lane_part next{};             // its words, without their count
+    uint64_t end = 0;             // place after the word printed last
+    uint64_t top = 0;             // words that the lane needs
+    std::deque<lane_part> parts;  // if its length is known: what waits to be sorted,
+    std::string kept;             // the entries of these parts
+    std::string fillers;          // and many entries of words that the image does not have
+
+    // What each digit of a word contributes to the check bits, by its place and the low five bits
+    // of its character. Parity is linear: the check bits are the exclusive or of all contributions.
+    uint64_t shares[block_digits][32] = {};
+    uint64_t inverted = 0;  // the check bits that are the complement
 
     explicit lane_words(const settings& options);
+    void add_check(size_t index, const check_bit& check);
+    lane_part part_of(uint64_t number);
     void put_block(uint64_t number, const char* block);
-    void go_to(uint64_t number);
-    void gather(const char* entries, size_t count);
-    void print_gathered(const image_reader& image);
+    char* keep(lane_part part);
+    template <size_t digits>
+    void put_entry(char* to, const char* word) const;
+    template <size_t digits>
+    void put_words(char* to, const lane_part& part, const char* block) const;
+    void put_part(char* to, const lane_part& part, const char* block) const;
+    void print_fill(uint64_t count);
+    void print_kept(const image_reader& image);
 };
 
 }  // namespace
@@ -91,8 +124,8 @@ struct lane_words {
 
 static void print_usage(FILE* stream) {
     fputs(
-        "Usage: bankimg-words [-w BITS] [-l LANE/LANES] [-a FIRST] [-e LAST | -n WORDS] [-f BYTE]"
-        " [IMAGE]\n"
+        "Usage: bankimg-words [-w BITS] [-l LANE/LANES] [-a FIRST] [-e LAST | -n WORDS] [-f BYTE]\n"
+        "                     [-c MASK,...] [IMAGE]\n"
         "Prints the words of an image, or of stdin, one a line.\n"
         "  -w BITS        bits of a word: 8, 16, 32 (default), 64 or 128\n"
         "  -l LANE/LANES  one of several lanes: 2/4 is every fourth word, from the third on\n"
@@ -100,6 +133,9 @@ static void print_usage(FILE* stream) {
         "  -e LAST        the memory's last address, hexadecimal: print every word up to it\n"
         "  -n WORDS       the memory's length: print that many words\n"
         "  -f BYTE        with -e or -n: the byte that fills the memory, hexadecimal (default 00)\n"
+        "  -c MASK,...    check bits above each word, lowest first: each is the parity of the "
+        "bits\n"
+        "                 in its hexadecimal MASK, or with ~ before it the complement\n"
         "  -h             print this text\n",
         stream);
 }
@@ -112,13 +148,23 @@ static bool parse_number(const std::string& text, uint64_t& value) {
     return true;
 }
 
-// Reads a hexadecimal number of at most `most` digits, which "0x" or "0X" may precede.
-static bool parse_hex(const char* text, size_t most, uint64_t& value) {
-    if (text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) text += 2;
-    const size_t len = strlen(text);
-    if (len == 0 || len > most || strspn(text, "0123456789abcdefABCDEF") != len) return false;
-    value = strtoull(text, nullptr, 16);
-    return true;
+// Returns the digits of a hexadecimal number, which "0x" or "0X" may precede; none if it is not one
+// of at most `most` digits.
+static std::string strip_0x(const std::string& text, size_t most) {
+    const bool prefixed = text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
+    std::string digits = text.substr(prefixed ? 2 : 0);
+    const bool is_hex = digits.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
+    if (!is_hex || digits.size() > most) digits.clear();
+    return digits;
+}
+
+// Reads an address, of eight digits, or a byte, of two.
+static number parse_hex(const std::string& option, const std::string& text, size_t most) {
+    const std::string digits = strip_0x(text, most);
+    const char* why =
+        most == 2 ? ": not a byte of two hexadecimal digits" : ": not a hexadecimal address";
+    if (digits.empty()) fail(option + " " + text + why);
+    return {text, strtoull(digits.c_str(), nullptr, 16)};
 }
 
 static void set_width(settings& opts, const std::string& text) {
@@ -139,51 +185,69 @@ static void set_lane(settings& opts, const std::string& text) {
     fail("-l " + text + ": not LANE/LANES, with LANE from 0 to LANES-1");
 }
 
-static void set_address(const char* option, const char* text, uint64_t& address) {
-    if (parse_hex(text, 8, address)) return;
-    fail(std::string(option) + " " + text + ": not a hexadecimal address");
+static number parse_depth(const std::string& text) {
+    uint64_t value = 0;
+    if (!parse_number(text, value)) fail("-n " + text + ": not a number of words");
+    return {"-n " + text, value};
 }
 
-static void set_fill(settings& opts, const char* text) {
-    uint64_t byte = 0;
-    if (!parse_hex(text, 2, byte)) {
-        fail("-f " + std::string(text) + ": not a byte of two hexadecimal digits");
+static check_bit parse_check(const std::string& list, const std::string& text) {
+    const bool is_inverted = text[0] == '~';
+    const std::string mask = strip_0x(text.substr(is_inverted ? 1 : 0), block_digits);
+    if (mask.empty()) fail("-c " + list + ": not hexadecimal masks with commas between them");
+    return {text, std::string(block_digits - mask.size(), '0') + mask, is_inverted};
+}
+
+static std::vector<check_bit> parse_checks(const std::string& list) {
+    std::vector<check_bit> checks;
+    for (size_t from = 0, to = 0; to != std::string::npos; from = to + 1) {
+        to = list.find(',', from);
+        checks.push_back(parse_check(list, list.substr(from, to - from)));
     }
-    opts.fill = {"0123456789abcdef"[byte / 16], "0123456789abcdef"[byte % 16]};
-    opts.fill_text = text;
+    if (checks.size() > 64) fail("-c " + list + ": more than 64 masks");
+    return checks;
 }
 
-static void set_depth(settings& opts, const std::string& text) {
-    if (!parse_number(text, opts.depth)) fail("-n " + text + ": not a number of words");
-    opts.has_depth = true;
-    opts.depth_text = "-n " + text;
+// Converts the last address to a number of words.
+static number measure(const settings& opts) {
+    const std::string option = "-e " + opts.last->text;
+    if (!opts.first) fail(option + ": -a FIRST is missing");
+    if (opts.depth) fail(option + ": cannot be combined with -n");
+    const uint64_t first = opts.first->value, last = opts.last->value;
+    if (last < first) fail(option + ": lies below the first address of -a");
+    const uint64_t bytes = last - first + 1, turn = opts.digits / 2 * opts.lanes;
+    if (bytes % turn != 0) fail(option + ": not a whole number of words of each lane");
+    const uint64_t words = bytes / turn;
+    return {"the " + std::to_string(words) + " up to " + option, words};
 }
 
-// Makes a number of words of the last address.
-static void measure(settings& opts) {
-    const std::string option = "-e " + std::string(opts.last_text);
-    if (opts.first_text == nullptr) fail(option + ": -a FIRST is missing");
-    if (opts.has_depth) fail(option + ": -n tells the length, too");
-    if (opts.last < opts.first) fail(option + ": lies below the first address of -a");
-    const uint64_t bytes = opts.last - opts.first + 1, row = opts.digits / 2 * opts.lanes;
-    if (bytes % row != 0) fail(option + ": not a whole number of words of each lane");
-    opts.depth = bytes / row;
-    opts.depth_text = "the " + std::to_string(opts.depth) + " up to " + option;
-    opts.has_depth = true;
+// Checks the options against each other.
+static void complete(settings& opts) {
+    if (opts.first && opts.first->value % block_size != 0) {
+        fail("-a " + opts.first->text + ": not a multiple of 16");
+    }
+    if (opts.last) opts.depth = measure(opts);
+    if (opts.fill && !opts.depth) fail("-f " + opts.fill->text + ": -n or -e is missing");
+    for (const check_bit& check : opts.checks) {
+        const size_t highest = check.mask.find_first_not_of('0');
+        if (highest == std::string::npos || highest >= block_digits - opts.digits) continue;
+        fail("-c " + check.text + ": wider than a word");
+    }
 }
 
 static settings parse_options(int argc, char* argv[]) {
     settings opts;
     unsetenv("POSIXLY_CORRECT");  // it would forbid options after the image
     int letter = 0;
-    while ((letter = getopt(argc, argv, "a:e:f:hl:n:w:")) != -1) {
+    while ((letter = getopt(argc, argv, "a:c:e:f:hl:n:w:")) != -1) {
         switch (letter) {
-            case 'a': set_address("-a", opts.first_text = optarg, opts.first); break;
-            case 'e': set_address("-e", opts.last_text = optarg, opts.last); break;
-            case 'f': set_fill(opts, optarg); break;
+            case 'a': opts.first = parse_hex("-a", optarg, 8); break;
+            case 'c': opts.checks = parse_checks(optarg); break;
+            case 'e': opts.last = parse_hex("-e", optarg, 8); break;
+            case 'f': opts.fill = parse_hex("-f", optarg, 2); break;
             case 'h': print_usage(stdout); exit(EXIT_SUCCESS);
             case 'l': set_lane(opts, optarg); break;
-            case 'n': set_depth(opts, optarg); break;
+            case 'n': opts.depth = parse_depth(optarg); break;
             case 'w': set_width(opts, optarg); break;
             default: print_usage(stderr); exit(EXIT_FAILURE);
         }
@@ -192,13 +256,7 @@ static settings parse_options(int argc, char* argv[]) {
         print_usage(stderr);
         exit(EXIT_FAILURE);
     }
-    if (opts.first % block_size != 0) {
-        fail("-a " + std::string(opts.first_text) + ": not a multiple of 16");
-    }
-    if (opts.last_text != nullptr) measure(opts);
-    if (opts.fill_text != nullptr && !opts.has_depth) {
-        fail("-f " + std::string(opts.fill_text) + ": -n or -e is missing");
-    }
+    complete(opts);
     opts.image = argv[optind];  // null if no argument is left
     return opts;
 }
@@ -210,7 +268,9 @@ static constexpr uint64_t eight_times(int byte) {
 }
 
 // Tells whether the eight characters at `text` are hexadecimal digits in lower case. It looks at
-// all of them at once: the top bit of a byte is set if adding 80 - n reaches it, that is from n on.
+// all of them at once: the top bit of a byte is set if adding 0x80 - n reaches it, that is from n
+// on. A byte that has it from the start is no digit by any of the four sums; only after such a byte
+// can a sum carry into the next one.
 static bool is_field(const char* text) {
     uint64_t chars = 0;
     memcpy(&chars, text, sizeof chars);
@@ -219,13 +279,18 @@ static bool is_field(const char* text) {
     const uint64_t past_9 = chars + eight_times(0x80 - '9' - 1);
     const uint64_t from_a = chars + eight_times(0x80 - 'a');
     const uint64_t past_f = chars + eight_times(0x80 - 'f' - 1);
-    return (chars & tops) == 0 && (((from_0 & ~past_9) | (from_a & ~past_f)) & tops) == tops;
+    return (((from_0 & ~past_9) | (from_a & ~past_f)) & tops) == tops;
 }
 
 static bool is_line(const char* text) {
     return is_field(text) && is_field(text + 9) && is_field(text + 18) && is_field(text + 27) &&
            is_field(text + address_pos) && text[8] == ' ' && text[17] == ' ' && text[26] == ' ' &&
            memcmp(text + 35, " //", 3) == 0 && text[line_len - 1] == '\n';
+}
+
+// Returns the value of a hexadecimal digit in lower case.
+static uint32_t value_of(char digit) {
+    return (static_cast<uint8_t>(digit) & 15U) + (digit > '9' ? 9 : 0);
 }
 
 // Reads the next line. Returns false after the last one.
@@ -235,11 +300,12 @@ bool image_reader::next() {
     if (static_cast<size_t>(end - at) < line_len || !is_line(at)) {
         refuse("not a line of an image");
     }
-    for (size_t i = 0; i < 4; i++) memcpy(block + block_digits - 8 * (i + 1), at + 9 * i, 8);
+    for (size_t i = 0; i < 4; i++) {
+        memcpy(block + block_digits - 8 * (i + 1), at + word_step * i, 8);
+    }
     address = 0;
     for (size_t i = address_pos; i < address_pos + 8; i++) {
-        const auto digit = static_cast<uint8_t>(at[i]);
-        address = address << 4 | ((digit & 15) + (digit > '9' ? 9 : 0));
+        address = address << 4 | value_of(at[i]);
     }
     at += line_len;
     return true;
@@ -287,85 +353,142 @@ static void print(const char* text, size_t len) {
 lane_words::lane_words(const settings& options)
     : opts(options),
       in_block(block_digits / opts.digits),
-      entry_len(opts.digits + 1),
-      skip(opts.lane) {
-    while (filler.size() < opts.digits) filler += opts.fill;
-    filler += '\n';
+      check_digits((opts.checks.size() + 3) / 4),
+      entry_len(check_digits + opts.digits + 1) {
+    next.skip = opts.lane;
+    for (size_t i = 0; i < opts.checks.size(); i++) add_check(i, opts.checks[i]);
+    if (!opts.depth) return;
+    const auto byte = static_cast<uint32_t>(opts.fill.value_or(number{}).value);
+    const std::string word = hex8(byte * 0x01010101), block = word + word + word + word;
+    fillers.resize(entry_len);
+    put_part(fillers.data(), {0, 0, 1, 0}, block.data());
+    while (fillers.size() < sizeof out / 2) fillers += fillers;
 }
 
-// Puts `count` words of a block, from word `skip` on and one for each turn of the lanes, at `to`,
-// each with a newline. One lane alone has all words, in a loop that the compiler can unroll.
+void lane_words::add_check(size_t index, const check_bit& check) {
+    const uint64_t bit = uint64_t{1} << index;
+    if (check.is_inverted) inverted |= bit;
+    for (size_t i = 0; i < opts.digits; i++) {
+        const uint32_t mask = value_of(check.mask[block_digits - opts.digits + i]);
+        for (const char digit : std::string_view(hex_digits)) {
+            if (__builtin_parity(value_of(digit) & mask) != 0) shares[i][digit % 32] |= bit;
+        }
+    }
+}
+
+// Puts a word with its check bits, and a newline, at `to`.
 template <size_t digits>
-static void put_words(char* to, size_t count, const char* block, uint64_t skip, uint64_t lanes) {
+void lane_words::put_entry(char* to, const char* word) const {
+    uint64_t bits = inverted;
+    for (size_t i = 0; i < digits; i++) bits ^= shares[i][word[i] % 32];
+    for (size_t i = check_digits; i > 0; bits >>= 4) to[--i] = hex_digits[bits % 16];
+    memcpy(to + check_digits, word, digits);
+    to[check_digits + digits] = '\n';
+}
+
+// Puts the words of a part at `to`. One lane alone has all words of a block, in a loop that the
+// compiler can unroll.
+template <size_t digits>
+void lane_words::put_words(char* to, const lane_part& part, const char* block) const {
     constexpr size_t all = block_digits / digits;
-    const auto put_word = [&](size_t i, uint64_t word) {
-        memcpy(to + i * (digits + 1), block + block_digits - (word + 1) * digits, digits);
+    const uint64_t lanes = opts.lanes;
+    const auto word = [&](uint64_t i) { return block + block_digits - (i + 1) * digits; };
+    const auto put_word = [&](size_t i, uint64_t index) {
+        memcpy(to + i * (digits + 1), word(index), digits);
         to[i * (digits + 1) + digits] = '\n';
     };
-    if (count == all) {
+    if (check_digits != 0) {
+        for (size_t i = 0; i < part.count; i++) {
+            put_entry<digits>(to + i * entry_len, word(part.skip + i * lanes));
+        }
+    } else if (part.count == all) {
         for (size_t i = 0; i < all; i++) put_word(i, i);
     } else {
-        for (size_t i = 0; i < count; i++) put_word(i, skip + i * lanes);
+        for (size_t i = 0; i < part.count; i++) put_word(i, part.skip + i * lanes);
     }
 }
 
-// Prints or gathers the lane's words in block `number` of the memory.
-void lane_words::put_block(uint64_t number, const char* block) {
-    if (number != next_block) go_to(number);
-    next_block = number + 1;
-    if (skip >= in_block) {
-        skip -= in_block;
-        return;
+void lane_words::put_part(char* to, const lane_part& part, const char* block) const {
+    switch (opts.digits) {
+        case 2: return put_words<2>(to, part, block);
+        case 4: return put_words<4>(to, part, block);
+        case 8: return put_words<8>(to, part, block);
+        case 16: return put_words<16>(to, part, block);
+        default: return put_words<32>(to, part, block);
     }
-    const auto count = static_cast<size_t>((in_block - skip + opts.lanes - 1) / opts.lanes);
-    if (!opts.has_depth && place != end) {
+}
+
+// Returns the lane's words in block `number` of the memory, and moves on to the block after it.
+lane_part lane_words::part_of(uint64_t number) {
+    if (number != next_block) {
+        const uint64_t first = number * in_block;
+        next.skip = (opts.lanes - first % opts.lanes + opts.lane) % opts.lanes;
+        next.place = (first + next.skip) / opts.lanes;
+    }
+    next_block = number + 1;
+    lane_part part = next;
+    if (part.skip < in_block) {
+        part.count = static_cast<size_t>((in_block - part.skip + opts.lanes - 1) / opts.lanes);
+    }
+    next.place += part.count;
+    next.skip += part.count * opts.lanes - in_block;
+    return part;
+}
+
+// Prints the lane's words in block `number` of the memory, or keeps them.
+void lane_words::put_block(uint64_t number, const char* block) {
+    const lane_part part = part_of(number);
+    if (part.count == 0) return;
+    if (!opts.depth && part.place != end) {
         char record[sizeof "@0123456789abcdef\n"];
-        const int len = snprintf(record, sizeof record, "@%" PRIx64 "\n", place);
+        const int len = snprintf(record, sizeof record, "@%" PRIx64 "\n", part.place);
         print(record, static_cast<size_t>(len));
     }
-    char entries[block_size * sizeof "00"];
-    char* to = opts.has_depth ? entries : reserve(count * entry_len);
-    switch (opts.digits) {
-        case 2: put_words<2>(to, count, block, skip, opts.lanes); break;
-        case 4: put_words<4>(to, count, block, skip, opts.lanes); break;
-        case 8: put_words<8>(to, count, block, skip, opts.lanes); break;
-        case 16: put_words<16>(to, count, block, skip, opts.lanes); break;
-        default: put_words<32>(to, count, block, skip, opts.lanes);
+    put_part(opts.depth ? keep(part) : reserve(part.count * entry_len), part, block);
+    end = part.place + part.count;
+}
+
+// Returns room for the entries of a part that waits.
+char* lane_words::keep(lane_part part) {
+    top = std::max(top, part.place + part.count);
+    part.at = kept.size();
+    parts.push_back(part);
+    kept.resize(part.at + part.count * entry_len);
+    return kept.data() + part.at;
+}
+
+void lane_words::print_fill(uint64_t count) {
+    const uint64_t most = fillers.size() / entry_len;
+    for (; count > most; count -= most) print(fillers.data(), fillers.size());
+    print(fillers.data(), static_cast<size_t>(count) * entry_len);
+}
+
+// Prints the whole memory. Of several lines for one block the last one counts.
+void lane_words::print_kept(const image_reader& image) {
+    if (top > opts.depth->value) {
+        image.refuse("needs " + std::to_string(top) + " words, more than " + opts.depth->text);
     }
-    if (opts.has_depth) gather(entries, count);
-    place += count;
-    end = place;
-    skip += count * opts.lanes - in_block;
-}
-
-// Moves to a block that does not follow the last one.
-void lane_words::go_to(uint64_t number) {
-    const uint64_t first = number * in_block;
-    skip = (opts.lanes - first % opts.lanes + opts.lane) % opts.lanes;
-    place = (first + skip) / opts.lanes;
-}
-
-void lane_words::gather(const char* entries, size_t count) {
-    top = std::max(top, place + count);
-    if (top > opts.depth) return;  // an error, told when all lines are known
-    while (gathered.size() < top * entry_len) gathered += filler;
-    const auto from = static_cast<size_t>(place * entry_len);  // fits: it is in memory
-    gathered.replace(from, count * entry_len, entries, count * entry_len);
-}
-
-void lane_words::print_gathered(const image_reader& image) {
-    if (top > opts.depth) {
-        image.refuse("needs " + std::to_string(top) + " words, more than " + opts.depth_text);
+    const auto is_below = [](const lane_part& a, const lane_part& b) { return a.place < b.place; };
+    if (!std::is_sorted(parts.begin(), parts.end(), is_below)) {
+        std::stable_sort(parts.begin(), parts.end(), is_below);
     }
-    for (size_t i = 0; i < gathered.size(); i += entry_len) print(gathered.data() + i, entry_len);
-    for (uint64_t i = top; i < opts.depth; i++) print(filler.data(), entry_len);
+    end = 0;
+    for (size_t i = 0; i < parts.size(); i++) {
+        const lane_part& part = parts[i];
+        if (i + 1 < parts.size() && parts[i + 1].place == part.place) continue;
+        print_fill(part.place - end);
+        print(kept.data() + part.at, part.count * entry_len);
+        end = part.place + part.count;
+    }
+    print_fill(opts.depth->value - end);
 }
 
 // Returns the number of the line's block in the memory. `last` is the address of the line before.
 static uint64_t block_number(const settings& opts, const image_reader& image, uint32_t last) {
-    if (opts.first_text != nullptr) {
-        if (image.address < opts.first) image.refuse("lies below the first address of -a");
-        return (image.address - opts.first) / block_size;
+    if (opts.first) {
+        const uint64_t first = opts.first->value;
+        if (image.address < first) image.refuse("lies below the first address of -a");
+        return (image.address - first) / block_size;
     }
     const uint32_t expected = last + block_size;  // after fffffff0 comes 0
     if (image.number > 1 && image.address / block_size != expected / block_size) {
@@ -384,7 +507,7 @@ static void run(const settings& opts) {
         words.put_block(block_number(opts, image, last), image.block);
         last = image.address;
     }
-    if (opts.has_depth) words.print_gathered(image);
+    if (opts.depth) words.print_kept(image);
     flush();
 }
 

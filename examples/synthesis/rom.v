@@ -1,7 +1,8 @@
-// A ROM for synthesis: the memory holds the image when the device starts. Set the name of the image
-// and the number of words.
+// A ROM for synthesis: the memory holds the words when the device starts. Set the name of the file,
+// as "bankimg-words rom.dat >rom.hex" writes it, and the number of words. A tool that accepts
+// comments takes the image as well.
 module rom #(
-    parameter IMAGE = "rom.dat",
+    parameter IMAGE = "rom.hex",
     parameter WORDS = 64
 ) (
     input  wire                       clock,
