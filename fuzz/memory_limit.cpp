@@ -21,6 +21,15 @@ void* operator new(size_t size, std::align_val_t align) {
     return aligned_alloc(step, (size + step - 1) / step * step);
 }
 
+// std::stable_sort asks in this way.
+void* operator new(size_t size, const std::nothrow_t&) noexcept {
+    try {
+        return operator new(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
 void operator delete(void* at) noexcept {
     free(at);
 }
