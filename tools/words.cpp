@@ -88,12 +88,12 @@ struct lane_words {
     size_t check_digits;          // of an entry
     size_t entry_len;             // characters
     uint64_t next_block = 0;      // number of the block after the last one
-    lane_part next{};             // its words, without their count
+    lane_part next{};             // its words; `count` and `at` are not used
     uint64_t end = 0;             // place after the word printed last
     uint64_t top = 0;             // words that the lane needs
-    std::deque<lane_part> parts;  // if its length is known: what waits to be sorted,
-    std::string kept;             // the entries of these parts
-    std::string fillers;          // and many entries of words that the image does not have
+    std::deque<lane_part> parts;  // if its length is known: those that wait to be sorted
+    std::string kept;             // the entries of these
+    std::string fillers;          // many entries of a word that the image does not have
 
     // What each digit of a word contributes to the check bits, by its place and the low five bits
     // of its character. Parity is linear: the check bits are the exclusive or of all contributions.
