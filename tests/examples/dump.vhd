@@ -12,11 +12,9 @@ architecture simulation of dump is
 begin
     process
         constant memory : word_array := read_image(name, words);
-        variable text : line;
     begin
         for i in memory'range loop
-            hwrite(text, memory(i));
-            writeline(output, text);
+            write(output, to_hstring(memory(i)) & LF);
         end loop;
         wait;
     end process;
