@@ -72,7 +72,7 @@ struct image {
     void go_to(uint32_t addr);
     void put_byte(uint32_t addr, char byte);
     void put_block(uint32_t addr, const char* bytes);
-    void fill_gap(uint32_t addr, uint32_t count);
+    void put_zero_line(uint32_t addr);
     void begin_line(const char* pattern, uint32_t addr);
     void end_line();
     void flush();
@@ -113,9 +113,8 @@ void image::put(const CBank& bank) {
 // fill the disk.
 void image::put_zeros(uint32_t addr, uint32_t end) {
     for (; addr < end && addr % block_size != 0; addr++) put_byte(addr, 0);
-    const uint32_t count = (end - addr) / block_size;
-    fill_gap(addr, count);
-    for (addr += count * block_size; addr < end; addr++) put_byte(addr, 0);
+    for (; end - addr >= block_size; addr += block_size) put_zero_line(addr);
+    for (; addr < end; addr++) put_byte(addr, 0);
 }
 
 void image::put_section(const CSect& sect) {
@@ -136,7 +135,7 @@ void image::put_section(const CSect& sect) {
 void image::go_to(uint32_t addr) {
     if (addr < next_block) return;
     if (line_open) end_line();
-    if (gap_fill) fill_gap(next_block, (addr - next_block) / block_size);
+    while (gap_fill && addr - next_block >= block_size) put_zero_line(next_block);
 }
 
 void image::put_byte(uint32_t addr, char byte) {
@@ -154,12 +153,9 @@ void image::put_block(uint32_t addr, const char* bytes) {
     end_line();
 }
 
-// Writes `count` lines of zeros, the first one for the block at `addr`.
-void image::fill_gap(uint32_t addr, uint32_t count) {
-    for (; count > 0; count--, addr += block_size) {
-        begin_line(zero, addr);
-        end_line();
-    }
+void image::put_zero_line(uint32_t addr) {
+    begin_line(zero, addr);
+    end_line();
 }
 
 // Begins a line as a copy of the pattern, with its address; bytes replace its digits later. Inline,

@@ -232,8 +232,10 @@ TEST(check, files_that_cannot_be_written) {
                        "sed s/qq*/Q/g",
                        inputs),
               "error: [a/b] 00000000 0000000f: -w takes its name as a path: rename it\n"
-              "error: dir.bin: the raw file of [.dir] cannot be written: Is a directory\n"
-              "error: Q.bin: the raw file of [Q] cannot be written: File name too long\n");
+              "error: dir.bin: the raw file of [.dir] 00000010 0000001f cannot be written: Is a "
+              "directory\n"
+              "error: Q.bin: the raw file of [Q] 00000030 0000003f cannot be written: File name "
+              "too long\n");
 }
 
 // Nothing can join the line at fffffff0, neither after zeros nor after another section.

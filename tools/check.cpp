@@ -335,26 +335,12 @@ static void claim(findings& out, file_owners& owners, const std::string& path,
     listed = owner;
 }
 
-static void check_image_file(findings& out, file_owners& owners, const run_options& opts,
-                             const CBank& bank) {
-    const std::string path = output_path(opts, bank.file_name()),
-                      image = "the image of " + bank.name;
+static void check_output(findings& out, file_owners& owners, const run_options& opts,
+                         const std::string& name, const std::string& owner) {
+    const std::string path = output_path(opts, name);
     const int reason = why_not_written(path, opts.directory);
-    if (reason == 0) return claim(out, owners, path, image);
-    out.error(path + ": " + image + " cannot be written: " + strerror(reason));
-}
-
-static void check_raw_file(findings& out, file_owners& owners, const run_options& opts,
-                           const CSect& sect) {
-    const std::string path = output_path(opts, sect.fname);
-    const int reason = why_not_written(path, opts.directory);
-    if (sect.name.find('/') != std::string::npos) {
-        out.error(label(sect) + ": -w takes its name as a path: rename it");
-    } else if (reason != 0) {
-        out.error(path + ": the raw file of [" + sect.name +
-                  "] cannot be written: " + strerror(reason));
-    }
-    if (reason == 0) claim(out, owners, path, "the raw file of " + label(sect));
+    if (reason == 0) return claim(out, owners, path, owner);
+    out.error(path + ": " + owner + " cannot be written: " + strerror(reason));
 }
 
 static file_owners check_outputs(findings& out, const run_options& opts, const section_table& table,
@@ -368,11 +354,16 @@ static file_owners check_outputs(findings& out, const run_options& opts, const s
         return owners;
     }
     for (const CBank& bank : banks) {
-        if (!bank.sections.empty()) check_image_file(out, owners, opts, bank);
+        if (bank.sections.empty()) continue;
+        check_output(out, owners, opts, bank.file_name(), "the image of " + bank.name);
     }
-    if (!opts.write_sect) return owners;
     for (const CSect& sect : table) {
-        if (is_loaded(sect.hdr, sect.name)) check_raw_file(out, owners, opts, sect);
+        if (!opts.write_sect || !is_loaded(sect.hdr, sect.name)) continue;
+        if (sect.name.find('/') != std::string::npos) {
+            out.error(label(sect) + ": -w takes its name as a path: rename it");
+        } else {
+            check_output(out, owners, opts, sect.fname, "the raw file of " + label(sect));
+        }
     }
     return owners;
 }
@@ -462,7 +453,7 @@ static bool check(findings out, const run_options& opts) {
 
 // The command line.
 
-static void print_usage(FILE* stream) {
+[[noreturn]] static void usage(FILE* stream, int status) {
     fputs(
         "Usage: bankimg-check [-a] [-m BYTES] [-q] [-u] bankimg|bankimg-map [OPTION...] ELF-FILE\n"
         "Says what the command would silently get wrong; the OPTIONs are those of the command.\n"
@@ -472,6 +463,7 @@ static void print_usage(FILE* stream) {
         "  -q        report errors only, no notes\n"
         "  -u        first show what each bank holds\n",
         stream);
+    exit(status);
 }
 
 static uint64_t parse_most(const std::string& text) {
@@ -496,17 +488,14 @@ int main(int argc, char* argv[]) {
         while ((letter = getopt(argc, argv, "+ahm:qu")) != -1) {
             switch (letter) {
                 case 'a': out.aliases = true; break;
-                case 'h': print_usage(stdout); return EXIT_SUCCESS;
+                case 'h': usage(stdout, EXIT_SUCCESS);
                 case 'm': out.most = parse_most(optarg); break;
                 case 'q': out.quiet = true; break;
                 case 'u': out.show_usage = true; break;
-                default: print_usage(stderr); return EXIT_FAILURE;
+                default: usage(stderr, EXIT_FAILURE);
             }
         }
-        if (optind >= argc) {
-            print_usage(stderr);
-            return EXIT_FAILURE;
-        }
+        if (optind >= argc) usage(stderr, EXIT_FAILURE);
         char** command = argv + optind;
         const run_options opts = parse_run(argc - optind, command, program_of(command[0]));
         const bool runs = opts.what == request::images || opts.what == request::banks;

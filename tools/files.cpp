@@ -26,21 +26,11 @@ static fs::path normal(const fs::path& path) {
     return whole.has_filename() ? whole : whole.parent_path();
 }
 
-// Returns a key that is unique to the inode, or nothing if there is none at the path.
-static std::string inode_of(const fs::path& path) {
-    struct stat status {};
-    if (stat(path.c_str(), &status) != 0) return "";
-    return std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
-}
-
 std::string identity(const fs::path& path) {
     const fs::path target = followed(path);
-    std::string file = inode_of(target);
-    if (!file.empty()) return file;
-    const std::string directory = inode_of("." / target.parent_path());
-    if (!directory.empty()) return directory + "/" + target.filename().string();
-    const fs::path whole = normal(target);  // in the directory of -o, which is yet to be created
-    return whole == target ? target.string() : identity(whole);
+    struct stat status {};
+    if (stat(target.c_str(), &status) != 0) return normal(target);
+    return std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
 }
 
 static int why_no_access(const fs::path& path, int mode) {

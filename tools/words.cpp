@@ -57,63 +57,6 @@ struct settings {
     const char* image = nullptr;    // null for stdin
 };
 
-// The lines of an image, one after the other.
-struct image_reader {
-    const char* name = nullptr;  // for messages
-    FILE* file = nullptr;
-    uint64_t number = 0;            // of the line, from 1
-    uint32_t address = 0;           // of the line
-    char block[block_digits] = {};  // of the line
-    char* at = nullptr;             // the next line in `buffer`
-    char* end = nullptr;
-    char buffer[4096 * line_len] = {};
-
-    bool next();
-    bool fill();
-    [[noreturn]] void refuse(const std::string& what) const;
-};
-
-// The words of the lane in one block.
-struct lane_part {
-    uint64_t place;  // of the first one in the lane
-    uint64_t skip;   // words of other lanes before it
-    size_t count;
-    size_t at;  // in `kept`
-};
-
-// The words of the lane, on their way to stdout. Each becomes an entry: check bits, word, newline.
-struct lane_words {
-    const settings& opts;
-    uint64_t in_block;            // words of a block, of all lanes
-    size_t check_digits;          // of an entry
-    size_t entry_len;             // characters
-    uint64_t next_block = 0;      // number of the block after the last one
-    lane_part next{};             // its words; `count` and `at` are not used
-    uint64_t end = 0;             // place after the word printed last
-    uint64_t top = 0;             // words that the lane needs
-    std::deque<lane_part> parts;  // if its length is known: those that wait to be sorted
-    std::string kept;             // the entries of these
-    std::string fillers;          // many entries of a word that the image does not have
-
-    // What each digit of a word contributes to the check bits, by its place and the low five bits
-    // of its character. Parity is linear: the check bits are the exclusive or of all contributions.
-    uint64_t shares[block_digits][32] = {};
-    uint64_t inverted = 0;  // the check bits that are the complement
-
-    explicit lane_words(const settings& options);
-    void add_check(size_t index, const check_bit& check);
-    lane_part part_of(uint64_t number);
-    void put_block(uint64_t number, const char* block);
-    char* keep(lane_part part);
-    template <size_t digits>
-    void put_entry(char* to, const char* word) const;
-    template <size_t digits>
-    void put_words(char* to, const lane_part& part, const char* block) const;
-    void put_part(char* to, const lane_part& part, const char* block) const;
-    void print_fill(uint64_t count);
-    void print_kept(const image_reader& image);
-};
-
 }  // namespace
 
 [[noreturn]] static void fail(const std::string& message) {
@@ -122,7 +65,7 @@ struct lane_words {
 
 // Options.
 
-static void print_usage(FILE* stream) {
+[[noreturn]] static void usage(FILE* stream, int status) {
     fputs(
         "Usage: bankimg-words [-w BITS] [-l LANE/LANES] [-a FIRST] [-e LAST | -n WORDS] [-f BYTE]\n"
         "                     [-c MASK,...] [IMAGE]\n"
@@ -138,6 +81,7 @@ static void print_usage(FILE* stream) {
         "                 in its hexadecimal MASK, or with ~ before it the complement\n"
         "  -h             print this text\n",
         stream);
+    exit(status);
 }
 
 // Reads a decimal number of at most nine digits.
@@ -158,12 +102,10 @@ static std::string strip_0x(const std::string& text, size_t most) {
     return digits;
 }
 
-// Reads an address, of eight digits, or a byte, of two.
-static number parse_hex(const std::string& option, const std::string& text, size_t most) {
+static number parse_hex(const std::string& option, const std::string& text, size_t most,
+                        const std::string& why) {
     const std::string digits = strip_0x(text, most);
-    const char* why =
-        most == 2 ? ": not a byte of two hexadecimal digits" : ": not a hexadecimal address";
-    if (digits.empty()) fail(option + " " + text + why);
+    if (digits.empty()) fail(option + " " + text + ": " + why);
     return {text, strtoull(digits.c_str(), nullptr, 16)};
 }
 
@@ -241,21 +183,20 @@ static settings parse_options(int argc, char* argv[]) {
     int letter = 0;
     while ((letter = getopt(argc, argv, "a:c:e:f:hl:n:w:")) != -1) {
         switch (letter) {
-            case 'a': opts.first = parse_hex("-a", optarg, 8); break;
+            case 'a': opts.first = parse_hex("-a", optarg, 8, "not a hexadecimal address"); break;
             case 'c': opts.checks = parse_checks(optarg); break;
-            case 'e': opts.last = parse_hex("-e", optarg, 8); break;
-            case 'f': opts.fill = parse_hex("-f", optarg, 2); break;
-            case 'h': print_usage(stdout); exit(EXIT_SUCCESS);
+            case 'e': opts.last = parse_hex("-e", optarg, 8, "not a hexadecimal address"); break;
+            case 'f':
+                opts.fill = parse_hex("-f", optarg, 2, "not a byte of two hexadecimal digits");
+                break;
+            case 'h': usage(stdout, EXIT_SUCCESS);
             case 'l': set_lane(opts, optarg); break;
             case 'n': opts.depth = parse_depth(optarg); break;
             case 'w': set_width(opts, optarg); break;
-            default: print_usage(stderr); exit(EXIT_FAILURE);
+            default: usage(stderr, EXIT_FAILURE);
         }
     }
-    if (argc - optind > 1) {
-        print_usage(stderr);
-        exit(EXIT_FAILURE);
-    }
+    if (argc - optind > 1) usage(stderr, EXIT_FAILURE);
     complete(opts);
     opts.image = argv[optind];  // null if no argument is left
     return opts;
@@ -283,9 +224,12 @@ static bool is_field(const char* text) {
 }
 
 static bool is_line(const char* text) {
-    return is_field(text) && is_field(text + 9) && is_field(text + 18) && is_field(text + 27) &&
-           is_field(text + address_pos) && text[8] == ' ' && text[17] == ' ' && text[26] == ' ' &&
-           memcmp(text + 35, " //", 3) == 0 && text[line_len - 1] == '\n';
+    for (size_t i = 0; i < 4; i++) {
+        const char* const word = text + i * word_step;
+        if (!is_field(word) || word[8] != ' ') return false;
+    }
+    return memcmp(text + address_pos - 2, "//", 2) == 0 && is_field(text + address_pos) &&
+           text[line_len - 1] == '\n';
 }
 
 // Returns the value of a hexadecimal digit in lower case.
@@ -293,37 +237,53 @@ static uint32_t value_of(char digit) {
     return (static_cast<uint8_t>(digit) & 15U) + (digit > '9' ? 9 : 0);
 }
 
-// Reads the next line. Returns false after the last one.
-bool image_reader::next() {
-    if (at == end && !fill()) return false;
-    number++;
-    if (static_cast<size_t>(end - at) < line_len || !is_line(at)) {
-        refuse("not a line of an image");
-    }
-    for (size_t i = 0; i < 4; i++) {
-        memcpy(block + block_digits - 8 * (i + 1), at + word_step * i, 8);
-    }
-    address = 0;
-    for (size_t i = address_pos; i < address_pos + 8; i++) {
-        address = address << 4 | value_of(at[i]);
-    }
-    at += line_len;
-    return true;
-}
+namespace {
 
-// Replaces the buffer by what the file has next. Returns false at its end.
-bool image_reader::fill() {
-    at = buffer;
-    end = buffer + fread(buffer, 1, sizeof buffer, file);
-    if (ferror(file) != 0) fail(std::string(name) + ": cannot be read");
-    // The last line needs no newline.
-    if (static_cast<size_t>(end - buffer) % line_len == line_len - 1) *end++ = '\n';
-    return end != buffer;
-}
+// The lines of an image, one after the other.
+struct image_reader {
+    const char* name = nullptr;  // for messages
+    FILE* file = nullptr;
+    uint64_t number = 0;            // of the line, from 1
+    uint32_t address = 0;           // of the line
+    char block[block_digits] = {};  // of the line
+    char* at = nullptr;             // the next line in `buffer`
+    char* end = nullptr;
+    char buffer[4096 * line_len] = {};
 
-void image_reader::refuse(const std::string& what) const {
-    fail(std::string(name) + ":" + std::to_string(number) + ": " + what);
-}
+    // Reads the next line. Returns false after the last one.
+    bool next() {
+        if (at == end && !fill()) return false;
+        number++;
+        if (static_cast<size_t>(end - at) < line_len || !is_line(at)) {
+            refuse("not a line of an image");
+        }
+        for (size_t i = 0; i < 4; i++) {
+            memcpy(block + block_digits - 8 * (i + 1), at + word_step * i, 8);
+        }
+        address = 0;
+        for (size_t i = address_pos; i < address_pos + 8; i++) {
+            address = address << 4 | value_of(at[i]);
+        }
+        at += line_len;
+        return true;
+    }
+
+    // Replaces the buffer by what the file has next. Returns false at its end.
+    bool fill() {
+        at = buffer;
+        end = buffer + fread(buffer, 1, sizeof buffer, file);
+        if (ferror(file) != 0) fail(std::string(name) + ": cannot be read");
+        // The last line needs no newline.
+        if (static_cast<size_t>(end - buffer) % line_len == line_len - 1) *end++ = '\n';
+        return end != buffer;
+    }
+
+    [[noreturn]] void refuse(const std::string& what) const {
+        fail(std::string(name) + ":" + std::to_string(number) + ": " + what);
+    }
+};
+
+}  // namespace
 
 // Output.
 
@@ -350,138 +310,152 @@ static void print(const char* text, size_t len) {
     memcpy(reserve(len), text, len);
 }
 
-lane_words::lane_words(const settings& options)
-    : opts(options),
-      in_block(block_digits / opts.digits),
-      check_digits((opts.checks.size() + 3) / 4),
-      entry_len(check_digits + opts.digits + 1) {
-    next.skip = opts.lane;
-    for (size_t i = 0; i < opts.checks.size(); i++) add_check(i, opts.checks[i]);
-    if (!opts.depth) return;
-    const auto byte = static_cast<uint32_t>(opts.fill.value_or(number{}).value);
-    const std::string word = hex8(byte * 0x01010101), block = word + word + word + word;
-    fillers.resize(entry_len);
-    put_part(fillers.data(), {0, 0, 1, 0}, block.data());
-    while (fillers.size() < sizeof out / 2) fillers += fillers;
-}
+namespace {
 
-void lane_words::add_check(size_t index, const check_bit& check) {
-    const uint64_t bit = uint64_t{1} << index;
-    if (check.is_inverted) inverted |= bit;
-    for (size_t i = 0; i < opts.digits; i++) {
-        const uint32_t mask = value_of(check.mask[block_digits - opts.digits + i]);
-        for (const char digit : std::string_view(hex_digits)) {
-            if (__builtin_parity(value_of(digit) & mask) != 0) shares[i][digit % 32] |= bit;
+// The words of the lane in one block.
+struct lane_part {
+    uint64_t place;  // of the first one in the lane
+    size_t skip;     // words of other lanes before it
+    size_t count;
+    char block[block_digits];
+};
+
+// The words of the lane, on their way to stdout. Each becomes an entry: check bits, word, newline.
+struct lane_words {
+    const settings& opts;
+    size_t in_block;              // words of a block, of all lanes
+    size_t check_digits;          // of an entry
+    size_t entry_len;             // characters
+    uint64_t end = 0;             // place after the word printed last
+    std::deque<lane_part> parts;  // if the length is known: those that wait to be sorted
+    std::string fillers;          // many entries of a word that the image does not have
+
+    // What each digit of a word contributes to the check bits, by its place and the low five bits
+    // of its character. Parity is linear: the check bits are the exclusive or of all contributions.
+    uint64_t shares[block_digits][32] = {};
+    uint64_t inverted = 0;  // the check bits that are the complement
+
+    explicit lane_words(const settings& options)
+        : opts(options),
+          in_block(block_digits / opts.digits),
+          check_digits((opts.checks.size() + 3) / 4),
+          entry_len(check_digits + opts.digits + 1) {
+        for (size_t i = 0; i < opts.checks.size(); i++) add_check(i, opts.checks[i]);
+        if (!opts.depth) return;
+        const auto byte = static_cast<uint32_t>(opts.fill.value_or(number{}).value);
+        const std::string word = hex8(byte * 0x01010101);
+        lane_part part{0, 0, 1, {}};
+        for (size_t i = 0; i < block_digits; i++) part.block[i] = word[i % 8];
+        fillers.resize(entry_len);
+        put_part(fillers.data(), part);
+        while (fillers.size() < sizeof out / 2) fillers += fillers;
+    }
+
+    void add_check(size_t index, const check_bit& check) {
+        const uint64_t bit = uint64_t{1} << index;
+        if (check.is_inverted) inverted |= bit;
+        for (size_t i = 0; i < opts.digits; i++) {
+            const uint32_t mask = value_of(check.mask[block_digits - opts.digits + i]);
+            for (const char digit : std::string_view(hex_digits)) {
+                if (__builtin_parity(value_of(digit) & mask) != 0) shares[i][digit % 32] |= bit;
+            }
         }
     }
-}
 
-// Puts a word with its check bits, and a newline, at `to`.
-template <size_t digits>
-void lane_words::put_entry(char* to, const char* word) const {
-    uint64_t bits = inverted;
-    for (size_t i = 0; i < digits; i++) bits ^= shares[i][word[i] % 32];
-    for (size_t i = check_digits; i > 0; bits >>= 4) to[--i] = hex_digits[bits % 16];
-    memcpy(to + check_digits, word, digits);
-    to[check_digits + digits] = '\n';
-}
+    // Puts the check bits of a word at `to`. Returns the place after them.
+    template <size_t digits>
+    char* put_checks(char* to, const char* word) const {
+        uint64_t bits = inverted;
+        for (size_t i = 0; i < digits; i++) bits ^= shares[i][word[i] % 32];
+        for (size_t i = check_digits; i > 0; bits >>= 4) to[--i] = hex_digits[bits % 16];
+        return to + check_digits;
+    }
 
-// Puts the words of a part at `to`. One lane alone has all words of a block, in a loop that the
-// compiler can unroll.
-template <size_t digits>
-void lane_words::put_words(char* to, const lane_part& part, const char* block) const {
-    constexpr size_t all = block_digits / digits;
-    const uint64_t lanes = opts.lanes;
-    const auto word = [&](uint64_t i) { return block + block_digits - (i + 1) * digits; };
-    const auto put_word = [&](size_t i, uint64_t index) {
-        memcpy(to + i * (digits + 1), word(index), digits);
-        to[i * (digits + 1) + digits] = '\n';
-    };
-    if (check_digits != 0) {
-        for (size_t i = 0; i < part.count; i++) {
-            put_entry<digits>(to + i * entry_len, word(part.skip + i * lanes));
+    template <size_t digits>
+    void put_words(char* to, const lane_part& part) const {
+        const bool has_checks = check_digits > 0;
+        const uint64_t lanes = opts.lanes;
+        uint64_t index = part.skip;
+        for (size_t left = part.count; left > 0; left--, index += lanes) {
+            const char* const word = part.block + block_digits - (index + 1) * digits;
+            if (has_checks) to = put_checks<digits>(to, word);
+            memcpy(to, word, digits);
+            to[digits] = '\n';
+            to += digits + 1;
         }
-    } else if (part.count == all) {
-        for (size_t i = 0; i < all; i++) put_word(i, i);
-    } else {
-        for (size_t i = 0; i < part.count; i++) put_word(i, part.skip + i * lanes);
     }
-}
 
-void lane_words::put_part(char* to, const lane_part& part, const char* block) const {
-    switch (opts.digits) {
-        case 2: return put_words<2>(to, part, block);
-        case 4: return put_words<4>(to, part, block);
-        case 8: return put_words<8>(to, part, block);
-        case 16: return put_words<16>(to, part, block);
-        default: return put_words<32>(to, part, block);
+    void put_part(char* to, const lane_part& part) const {
+        switch (opts.digits) {
+            case 2: return put_words<2>(to, part);
+            case 4: return put_words<4>(to, part);
+            case 8: return put_words<8>(to, part);
+            case 16: return put_words<16>(to, part);
+            default: return put_words<32>(to, part);
+        }
     }
-}
 
-// Returns the lane's words in block `number` of the memory, and moves on to the block after it.
-lane_part lane_words::part_of(uint64_t number) {
-    if (number != next_block) {
-        const uint64_t first = number * in_block;
-        next.skip = (opts.lanes - first % opts.lanes + opts.lane) % opts.lanes;
-        next.place = (first + next.skip) / opts.lanes;
+    // Returns the place in the lane of its first word from a word of the memory on.
+    uint64_t place_of(uint64_t word) const {
+        return (word + opts.lanes - 1 - opts.lane) / opts.lanes;
     }
-    next_block = number + 1;
-    lane_part part = next;
-    if (part.skip < in_block) {
-        part.count = static_cast<size_t>((in_block - part.skip + opts.lanes - 1) / opts.lanes);
-    }
-    next.place += part.count;
-    next.skip += part.count * opts.lanes - in_block;
-    return part;
-}
 
-// Prints the lane's words in block `number` of the memory, or keeps them.
-void lane_words::put_block(uint64_t number, const char* block) {
-    const lane_part part = part_of(number);
-    if (part.count == 0) return;
-    if (!opts.depth && part.place != end) {
-        char record[sizeof "@0123456789abcdef\n"];
-        const int len = snprintf(record, sizeof record, "@%" PRIx64 "\n", part.place);
-        print(record, static_cast<size_t>(len));
+    // Prints the lane's words in block `number` of the memory, or keeps them.
+    void put_block(uint64_t number, const char* block) {
+        const uint64_t first = number * in_block, place = place_of(first);
+        const uint64_t count = place_of(first + in_block) - place;
+        if (count == 0) return;
+        const uint64_t skip = place * opts.lanes + opts.lane - first;
+        lane_part part{place, static_cast<size_t>(skip), static_cast<size_t>(count), {}};
+        memcpy(part.block, block, block_digits);
+        if (opts.depth) {
+            parts.push_back(part);
+        } else {
+            if (place != end) print_record(place);
+            print_part(part);
+        }
     }
-    put_part(opts.depth ? keep(part) : reserve(part.count * entry_len), part, block);
-    end = part.place + part.count;
-}
 
-// Returns room for the entries of a part that waits.
-char* lane_words::keep(lane_part part) {
-    top = std::max(top, part.place + part.count);
-    part.at = kept.size();
-    parts.push_back(part);
-    kept.resize(part.at + part.count * entry_len);
-    return kept.data() + part.at;
-}
-
-void lane_words::print_fill(uint64_t count) {
-    const uint64_t most = fillers.size() / entry_len;
-    for (; count > most; count -= most) print(fillers.data(), fillers.size());
-    print(fillers.data(), static_cast<size_t>(count) * entry_len);
-}
-
-// Prints the whole memory. Of several lines for one block the last one counts.
-void lane_words::print_kept(const image_reader& image) {
-    if (top > opts.depth->value) {
-        image.refuse("needs " + std::to_string(top) + " words, more than " + opts.depth->text);
-    }
-    const auto is_below = [](const lane_part& a, const lane_part& b) { return a.place < b.place; };
-    if (!std::is_sorted(parts.begin(), parts.end(), is_below)) {
-        std::stable_sort(parts.begin(), parts.end(), is_below);
-    }
-    end = 0;
-    for (size_t i = 0; i < parts.size(); i++) {
-        const lane_part& part = parts[i];
-        if (i + 1 < parts.size() && parts[i + 1].place == part.place) continue;
-        print_fill(part.place - end);
-        print(kept.data() + part.at, part.count * entry_len);
+    void print_part(const lane_part& part) {
+        put_part(reserve(part.count * entry_len), part);
         end = part.place + part.count;
     }
-    print_fill(opts.depth->value - end);
-}
+
+    void print_record(uint64_t place) {
+        char record[sizeof "@0123456789abcdef\n"];
+        const int len = snprintf(record, sizeof record, "@%" PRIx64 "\n", place);
+        print(record, static_cast<size_t>(len));
+    }
+
+    void print_fill(uint64_t count) {
+        const uint64_t most = fillers.size() / entry_len;
+        for (; count > most; count -= most) print(fillers.data(), fillers.size());
+        print(fillers.data(), static_cast<size_t>(count) * entry_len);
+    }
+
+    // Prints the whole memory. Of several lines for one block the last one counts.
+    void print_memory(const image_reader& image) {
+        const auto is_below = [](const lane_part& a, const lane_part& b) {
+            return a.place < b.place;
+        };
+        if (!std::is_sorted(parts.begin(), parts.end(), is_below)) {
+            std::stable_sort(parts.begin(), parts.end(), is_below);
+        }
+        const uint64_t needed = parts.empty() ? 0 : parts.back().place + parts.back().count;
+        if (needed > opts.depth->value) {
+            image.refuse("needs " + std::to_string(needed) + " words, more than " +
+                         opts.depth->text);
+        }
+        for (size_t i = 0; i < parts.size(); i++) {
+            if (i + 1 < parts.size() && parts[i + 1].place == parts[i].place) continue;
+            print_fill(parts[i].place - end);
+            print_part(parts[i]);
+        }
+        print_fill(opts.depth->value - end);
+    }
+};
+
+}  // namespace
 
 // Returns the number of the line's block in the memory. `last` is the address of the line before.
 static uint64_t block_number(const settings& opts, const image_reader& image, uint32_t last) {
@@ -507,7 +481,7 @@ static void run(const settings& opts) {
         words.put_block(block_number(opts, image, last), image.block);
         last = image.address;
     }
-    if (opts.depth) words.print_kept(image);
+    if (opts.depth) words.print_memory(image);
     flush();
 }
 
