@@ -51,33 +51,6 @@ struct digit_table {
 };
 constexpr digit_table hex_digits;
 
-// An image while it is written. Lines gather in `lines`, and many are written at a time.
-struct image {
-    int fd;                  // -1 if the image is only measured
-    const char* partial;     // what a line shows where no section has a byte: zero or space
-    bool gap_fill;           // gaps become lines of zeros
-    uint32_t next_block;     // address of the block after the last line
-    bool line_open = false;  // the last line is not complete
-    char* line = lines;      // the open line, or where the next one will begin
-    size_t flush_at = 512 * line_len;  // grows, so that a small image touches little of `lines`
-
-    uint64_t len = 0;  // characters that have left `lines`
-    int error = 0;     // errno of the first write that failed
-
-    image(const CBank& bank, int to);
-    void put(const CBank& bank);
-    void put_zeros(uint32_t addr, uint32_t end);
-    void put_section(const CSect& sect);
-
-    void go_to(uint32_t addr);
-    void put_byte(uint32_t addr, char byte);
-    void put_block(uint32_t addr, const char* bytes);
-    void put_zero_line(uint32_t addr);
-    void begin_line(const char* pattern, uint32_t addr);
-    void end_line();
-    void flush();
-};
-
 }  // namespace
 
 static uint32_t block_of(uint32_t addr) {
@@ -94,92 +67,103 @@ static void put_word(char* to, uint32_t word) {
     }
 }
 
-image::image(const CBank& bank, int to)
-    : fd(to),
-      partial(bank.zero_fill ? zero : space),
-      gap_fill(bank.gap_fill),
-      next_block(block_of(bank.sections.front().hdr.sh_addr)) {}
+namespace {
 
-void image::put(const CBank& bank) {
-    if (bank.zero_start) put_zeros(bank.zeros_from(), bank.sections.front().hdr.sh_addr);
-    for (const CSect& sect : bank.sections) put_section(sect);
-    if (line_open) end_line();
-    flush();
-}
+// An image while it is written. Lines gather in `lines`, and many are written at a time.
+struct image {
+    const CBank& bank;
+    int fd = -1;  // without a file, the image is only measured
+    const char* partial = bank.zero_fill ? zero : space;  // shown where no section has a byte
+    bool gap_fill = bank.gap_fill;                        // gaps become lines of zeros
+    uint32_t next_block = block_of(bank.sections.front().hdr.sh_addr);  // after the last line
+    bool line_open = false;            // the last line is not complete
+    char* line = lines;                // the open line, or where the next one will begin
+    size_t flush_at = 512 * line_len;  // grows, so that a small image touches little of `lines`
+    uint64_t len = 0;                  // characters that have left `lines`
+    int error = 0;                     // errno of the first write that failed
 
-// Puts zeros from `addr` up to the first section, which begins at `end` and may complete the last
-// line. A section of zeros would do the same, but take up to half a gigabyte of memory. `addr` is
-// not above `end`, because placement compared the two: the subtraction would wrap, and the image
-// fill the disk.
-void image::put_zeros(uint32_t addr, uint32_t end) {
-    for (; addr < end && addr % block_size != 0; addr++) put_byte(addr, 0);
-    for (; end - addr >= block_size; addr += block_size) put_zero_line(addr);
-    for (; addr < end; addr++) put_byte(addr, 0);
-}
-
-void image::put_section(const CSect& sect) {
-    uint32_t addr = sect.hdr.sh_addr;
-    const char* at = sect.data.data();
-    size_t left = sect.data.size();
-    go_to(addr);
-    // The line may be open even at the first byte of a block, if the section overlaps another.
-    for (; left > 0 && (line_open || addr % block_size != 0); left--) put_byte(addr++, *at++);
-    for (; left >= block_size; left -= block_size, addr += block_size, at += block_size) {
-        put_block(addr, at);
+    void put() {
+        if (bank.zero_start) put_zeros(bank.zeros_from(), bank.sections.front().hdr.sh_addr);
+        for (const CSect& sect : bank.sections) put_section(sect);
+        if (line_open) end_line();
+        flush();
     }
-    for (; left > 0; left--) put_byte(addr++, *at++);
-}
 
-// Prepares for a section at `addr`. If it begins in the block of the last line or before, it
-// continues that line. Otherwise that line ends, and a gap may follow.
-void image::go_to(uint32_t addr) {
-    if (addr < next_block) return;
-    if (line_open) end_line();
-    while (gap_fill && addr - next_block >= block_size) put_zero_line(next_block);
-}
+    // Puts zeros from `addr` up to the first section, which begins at `end` and may complete the
+    // last line. A section of zeros would do the same, but take up to half a gigabyte of memory.
+    // `addr` is not above `end`, because placement compared the two: the subtraction would wrap,
+    // and the image fill the disk.
+    void put_zeros(uint32_t addr, uint32_t end) {
+        for (; addr < end && addr % block_size != 0; addr++) put_byte(addr, 0);
+        for (; end - addr >= block_size; addr += block_size) put_zero_line(addr);
+        for (; addr < end; addr++) put_byte(addr, 0);
+    }
 
-void image::put_byte(uint32_t addr, char byte) {
-    if (!line_open) begin_line(partial, addr);
-    put_digits(line + offset[addr % block_size], static_cast<uint8_t>(byte));
-    if (addr % block_size == block_size - 1) end_line();
-}
+    void put_section(const CSect& sect) {
+        uint32_t addr = sect.hdr.sh_addr;
+        const char* at = sect.data.data();
+        size_t left = sect.data.size();
+        go_to(addr);
+        // The line may be open even at the first byte of a block, if the section overlaps another.
+        for (; left > 0 && (line_open || addr % block_size != 0); left--) put_byte(addr++, *at++);
+        for (; left >= block_size; left -= block_size, addr += block_size, at += block_size) {
+            put_block(addr, at);
+        }
+        for (; left > 0; left--) put_byte(addr++, *at++);
+    }
 
-void image::put_block(uint32_t addr, const char* bytes) {
-    begin_line(zero, addr);
-    uint32_t words[4];
-    memcpy(words, bytes, sizeof words);
-    char* const to = line;
-    for (size_t i = 0; i < 4; i++) put_word(to + i * word_step, words[i]);
-    end_line();
-}
+    // Prepares for a section at `addr`. If it begins in the block of the last line or before, it
+    // continues that line. Otherwise that line ends, and a gap may follow.
+    void go_to(uint32_t addr) {
+        if (addr < next_block) return;
+        if (line_open) end_line();
+        while (gap_fill && addr - next_block >= block_size) put_zero_line(next_block);
+    }
 
-void image::put_zero_line(uint32_t addr) {
-    begin_line(zero, addr);
-    end_line();
-}
+    void put_byte(uint32_t addr, char byte) {
+        if (!line_open) begin_line(partial, addr);
+        put_digits(line + offset[addr % block_size], static_cast<uint8_t>(byte));
+        if (addr % block_size == block_size - 1) end_line();
+    }
 
-// Begins a line as a copy of the pattern, with its address; bytes replace its digits later. Inline,
-// because a gap may have millions of such lines.
-inline void image::begin_line(const char* pattern, uint32_t addr) {
-    if (line == lines + flush_at) flush();
-    memcpy(line, pattern, line_len);
-    put_word(line + address_pos, addr);
-    next_block = block_of(addr) + block_size;
-    line_open = true;
-}
+    void put_block(uint32_t addr, const char* bytes) {
+        begin_line(zero, addr);
+        uint32_t words[4];
+        memcpy(words, bytes, sizeof words);
+        char* const to = line;
+        for (size_t i = 0; i < 4; i++) put_word(to + i * word_step, words[i]);
+        end_line();
+    }
 
-void image::end_line() {
-    line += line_len;
-    line_open = false;
-}
+    void put_zero_line(uint32_t addr) {
+        begin_line(zero, addr);
+        end_line();
+    }
 
-void image::flush() {
-    const auto count = static_cast<size_t>(line - lines);
-    if (fd >= 0 && !write_all(fd, lines, count) && error == 0) error = errno;
-    len += count;
-    line = lines;
-    flush_at = std::min(2 * flush_at, sizeof lines);
-}
+    // Begins a line as a copy of the pattern, with its address; bytes replace its digits later.
+    void begin_line(const char* pattern, uint32_t addr) {
+        if (line == lines + flush_at) flush();
+        memcpy(line, pattern, line_len);
+        put_word(line + address_pos, addr);
+        next_block = block_of(addr) + block_size;
+        line_open = true;
+    }
+
+    void end_line() {
+        line += line_len;
+        line_open = false;
+    }
+
+    void flush() {
+        const auto count = static_cast<size_t>(line - lines);
+        if (fd >= 0 && !write_all(fd, lines, count) && error == 0) error = errno;
+        len += count;
+        line = lines;
+        flush_at = std::min(2 * flush_at, sizeof lines);
+    }
+};
+
+}  // namespace
 
 bool CBank::in_bank(uint32_t addr, uint32_t& base) const {
     const uint32_t mask = all_bits ? UINT32_MAX : memory_mask;
@@ -220,16 +204,16 @@ uint32_t CBank::zeros_from() const {
 }
 
 uint64_t CBank::image_len() const {
-    image out(*this, -1);
-    out.put(*this);
+    image out{*this};
+    out.put();
     return out.len;
 }
 
 bool CBank::write(const std::string& path) const {
     const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
     if (fd < 0) oops("Can't open file " + path);
-    image out(*this, fd);
-    out.put(*this);
+    image out{*this, fd};
+    out.put();
     errno = out.error;
     return close_written(fd, out.error == 0);
 }

@@ -18,6 +18,11 @@
 #include "report.h"
 #include "run.h"
 
+// The name and the range of a section, as a listing shows them.
+static std::string label(const CSect& sect) {
+    return "[" + sect.name + "] " + hex8(sect.hdr.sh_addr) + " " + hex8(sect.last());
+}
+
 namespace {
 
 // The check: its options, and what it has found.
@@ -28,9 +33,16 @@ struct findings {
     bool show_usage = false;   // -u
     bool failed = false;       // there was an error
 
-    void error(const std::string& text);
-    void error(const CBank& bank, const CSect& sect, const std::string& text);
-    void note(const std::string& text) const;
+    void error(const std::string& text) {
+        printf("error: %s\n", text.c_str());
+        failed = true;
+    }
+    void error(const CBank& bank, const CSect& sect, const std::string& text) {
+        error(bank.name + ": " + label(sect) + " " + text);
+    }
+    void note(const std::string& text) const {
+        if (!quiet) printf("note: %s\n", text.c_str());
+    }
 };
 
 // The sections that occupy memory, at their run-time addresses and without their bytes. Those of -x
@@ -41,24 +53,6 @@ using section_table = std::vector<CSect>;
 using file_owners = std::unordered_map<std::string, std::string>;
 
 }  // namespace
-
-// The name and the range of a section, as a listing shows them.
-static std::string label(const CSect& sect) {
-    return "[" + sect.name + "] " + hex8(sect.hdr.sh_addr) + " " + hex8(sect.last());
-}
-
-void findings::error(const std::string& text) {
-    printf("error: %s\n", text.c_str());
-    failed = true;
-}
-
-void findings::error(const CBank& bank, const CSect& sect, const std::string& text) {
-    error(bank.name + ": " + label(sect) + " " + text);
-}
-
-void findings::note(const std::string& text) const {
-    if (!quiet) printf("note: %s\n", text.c_str());
-}
 
 // Addresses.
 

@@ -323,10 +323,10 @@ struct lane_part {
 // The words of the lane, on their way to stdout. Each becomes an entry: check bits, word, newline.
 struct lane_words {
     const settings& opts;
-    size_t in_block;              // words of a block, of all lanes
-    size_t check_digits;          // of an entry
-    size_t entry_len;             // characters
-    uint64_t end = 0;             // place after the word printed last
+    size_t in_block = block_digits / opts.digits;        // words of a block, of all lanes
+    size_t check_digits = (opts.checks.size() + 3) / 4;  // of an entry
+    size_t entry_len = check_digits + opts.digits + 1;   // characters
+    uint64_t end = 0;                                    // place after the word printed last
     std::deque<lane_part> parts;  // if the length is known: those that wait to be sorted
     std::string fillers;          // many entries of a word that the image does not have
 
@@ -335,11 +335,7 @@ struct lane_words {
     uint64_t shares[block_digits][32] = {};
     uint64_t inverted = 0;  // the check bits that are the complement
 
-    explicit lane_words(const settings& options)
-        : opts(options),
-          in_block(block_digits / opts.digits),
-          check_digits((opts.checks.size() + 3) / 4),
-          entry_len(check_digits + opts.digits + 1) {
+    explicit lane_words(const settings& options) : opts(options) {
         for (size_t i = 0; i < opts.checks.size(); i++) add_check(i, opts.checks[i]);
         if (!opts.depth) return;
         const auto byte = static_cast<uint32_t>(opts.fill.value_or(number{}).value);
