@@ -1,14 +1,11 @@
 // Banks: which addresses belong to one, in which order it holds its sections, and its image.
 //
 // An image file is text. Each 16-byte block that a section touches has a line. If the bank's flags
-// say so, the blocks of gaps and those before the first section have lines, too:
+// say so, the blocks of gaps and those before the first section have lines, too. A line shows the
+// address of the first byte that was put into it.
 //
-//     03020100 07060504 0b0a0908 0f0e0d0c //18440000
-//
-// A line shows four words, so the bytes of each are in descending address order, and the address of
-// the first byte that was put into it. A byte travels from CSect::readv, which reads it, through
-// image::put_section, which divides a section into lines, to image::put_block or, at the ragged
-// ends of a section, image::put_byte.
+// A byte travels from CSect::readv, which reads it, through image::put_section, which divides a
+// section into lines, to image::put_block or, at the ragged ends of a section, image::put_byte.
 #include "bank.h"
 
 #include <fcntl.h>
@@ -37,44 +34,36 @@ constexpr int offset[block_size] = {6, 4, 2, 0, 15, 13, 11, 9, 24, 22, 20, 18, 3
 // pointer into it, not an index, because _FORTIFY_SOURCE would check each store at an index.
 static char lines[16384 * line_len];
 
+static uint32_t block_of(uint32_t addr) {
+    return addr & ~(block_size - 1);
+}
+
 namespace {
 
 // The two hexadecimal digits of every byte value.
 struct digit_table {
     char pair[256][2] = {};
+
     constexpr digit_table() {
         for (int i = 0; i < 256; i++) {
             pair[i][0] = "0123456789abcdef"[i / 16];
             pair[i][1] = "0123456789abcdef"[i % 16];
         }
     }
+    void put_byte(char* to, uint8_t byte) const { memcpy(to, pair[byte], 2); }
+    void put_word(char* to, uint32_t word) const {
+        for (int shift = 24; shift >= 0; shift -= 8, to += 2) {
+            put_byte(to, static_cast<uint8_t>(word >> shift));
+        }
+    }
 };
 constexpr digit_table hex_digits;
-
-}  // namespace
-
-static uint32_t block_of(uint32_t addr) {
-    return addr & ~(block_size - 1);
-}
-
-static void put_digits(char* to, uint8_t byte) {
-    memcpy(to, hex_digits.pair[byte], 2);
-}
-
-static void put_word(char* to, uint32_t word) {
-    for (int shift = 24; shift >= 0; shift -= 8, to += 2) {
-        put_digits(to, static_cast<uint8_t>(word >> shift));
-    }
-}
-
-namespace {
 
 // An image while it is written. Lines gather in `lines`, and many are written at a time.
 struct image {
     const CBank& bank;
     int fd = -1;  // without a file, the image is only measured
     const char* partial = bank.zero_fill ? zero : space;  // shown where no section has a byte
-    bool gap_fill = bank.gap_fill;                        // gaps become lines of zeros
     uint32_t next_block = block_of(bank.sections.front().hdr.sh_addr);  // after the last line
     bool line_open = false;            // the last line is not complete
     char* line = lines;                // the open line, or where the next one will begin
@@ -89,10 +78,8 @@ struct image {
         flush();
     }
 
-    // Puts zeros from `addr` up to the first section, which begins at `end` and may complete the
-    // last line. A section of zeros would do the same, but take up to half a gigabyte of memory.
-    // `addr` is not above `end`, because placement compared the two: the subtraction would wrap,
-    // and the image fill the disk.
+    // Puts zeros from `addr` up to the first section, which begins at `end`: not below `addr`, as
+    // placement compared the two. A section of zeros would take up to half a gigabyte of memory.
     void put_zeros(uint32_t addr, uint32_t end) {
         for (; addr < end && addr % block_size != 0; addr++) put_byte(addr, 0);
         for (; end - addr >= block_size; addr += block_size) put_zero_line(addr);
@@ -117,12 +104,12 @@ struct image {
     void go_to(uint32_t addr) {
         if (addr < next_block) return;
         if (line_open) end_line();
-        while (gap_fill && addr - next_block >= block_size) put_zero_line(next_block);
+        while (bank.gap_fill && addr - next_block >= block_size) put_zero_line(next_block);
     }
 
     void put_byte(uint32_t addr, char byte) {
         if (!line_open) begin_line(partial, addr);
-        put_digits(line + offset[addr % block_size], static_cast<uint8_t>(byte));
+        hex_digits.put_byte(line + offset[addr % block_size], static_cast<uint8_t>(byte));
         if (addr % block_size == block_size - 1) end_line();
     }
 
@@ -131,7 +118,7 @@ struct image {
         uint32_t words[4];
         memcpy(words, bytes, sizeof words);
         char* const to = line;
-        for (size_t i = 0; i < 4; i++) put_word(to + i * word_step, words[i]);
+        for (size_t i = 0; i < 4; i++) hex_digits.put_word(to + i * word_step, words[i]);
         end_line();
     }
 
@@ -144,7 +131,7 @@ struct image {
     void begin_line(const char* pattern, uint32_t addr) {
         if (line == lines + flush_at) flush();
         memcpy(line, pattern, line_len);
-        put_word(line + address_pos, addr);
+        hex_digits.put_word(line + address_pos, addr);
         next_block = block_of(addr) + block_size;
         line_open = true;
     }

@@ -33,15 +33,11 @@ const char* block_reader::peek(uint64_t at, size_t& count) {
 }
 
 size_t block_reader::read(uint64_t at, char* buf, size_t count) {
-    if (count >= sizeof block) return read_at(fd, at, buf, count);
-    size_t done = 0, part = 0;
-    for (; done < count; done += part) {
-        const char* from = peek(at + done, part);
-        if (part == 0) break;
-        part = std::min(part, count - done);
-        memcpy(buf + done, from, part);
-    }
-    return done;
+    size_t available = 0;
+    const char* const from = peek(at, available);
+    const size_t part = std::min(available, count);
+    memcpy(buf, from, part);
+    return part + read_at(fd, at + part, buf + part, count - part);
 }
 
 bool write_all(int fd, const char* buf, size_t len) {
