@@ -12,8 +12,6 @@
 #include "bankimg.h"
 #include "report.h"
 
-namespace {
-
 // The options of the command line.
 struct settings {
     std::vector<std::string> cfg_files;  // -c and -C, in command-line order
@@ -27,8 +25,6 @@ struct settings {
     bool zstart = false;                 // -z
     const char* elf_path = nullptr;      // null if no ELF file is named
 };
-
-}  // namespace
 
 static settings parse_options(int argc, char* argv[]) {
     const char* program = argc > 0 ? argv[0] : "bankimg";
@@ -89,10 +85,7 @@ static void run(const settings& opts) {
 }
 
 int main(int argc, char* argv[]) {
-    try {
-        run(parse_options(argc, argv));
-    } catch (const std::bad_alloc&) {
-        oops("Out of memory");
-    }
+    std::set_new_handler([] { oops("Out of memory"); });
+    run(parse_options(argc, argv));
     return EXIT_SUCCESS;
 }

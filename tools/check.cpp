@@ -23,8 +23,6 @@ static std::string label(const CSect& sect) {
     return "[" + sect.name + "] " + hex8(sect.hdr.sh_addr) + " " + hex8(sect.last());
 }
 
-namespace {
-
 // The check: its options, and what it has found.
 struct findings {
     bool aliases = false;      // -a, or a MIPS file: the top three address bits do not count
@@ -51,8 +49,6 @@ using section_table = std::vector<CSect>;
 
 // Each file that a run reads or writes, by its identity, and what it is.
 using file_owners = std::unordered_map<std::string, std::string>;
-
-}  // namespace
 
 // Addresses.
 
@@ -476,26 +472,22 @@ static program program_of(const std::string& command) {
 }
 
 int main(int argc, char* argv[]) {
-    try {
-        findings out;
-        int letter = 0;
-        while ((letter = getopt(argc, argv, "+ahm:qu")) != -1) {
-            switch (letter) {
-                case 'a': out.aliases = true; break;
-                case 'h': usage(stdout, EXIT_SUCCESS);
-                case 'm': out.most = parse_most(optarg); break;
-                case 'q': out.quiet = true; break;
-                case 'u': out.show_usage = true; break;
-                default: usage(stderr, EXIT_FAILURE);
-            }
+    std::set_new_handler([] { oops("Out of memory"); });
+    findings out;
+    int letter = 0;
+    while ((letter = getopt(argc, argv, "+ahm:qu")) != -1) {
+        switch (letter) {
+            case 'a': out.aliases = true; break;
+            case 'h': usage(stdout, EXIT_SUCCESS);
+            case 'm': out.most = parse_most(optarg); break;
+            case 'q': out.quiet = true; break;
+            case 'u': out.show_usage = true; break;
+            default: usage(stderr, EXIT_FAILURE);
         }
-        if (optind >= argc) usage(stderr, EXIT_FAILURE);
-        char** command = argv + optind;
-        const run_options opts = parse_run(argc - optind, command, program_of(command[0]));
-        const bool runs = opts.what == request::images || opts.what == request::banks;
-        if (runs && !check(out, opts)) return EXIT_FAILURE;
-    } catch (const std::bad_alloc&) {
-        oops("Out of memory");
     }
-    return EXIT_SUCCESS;
+    if (optind >= argc) usage(stderr, EXIT_FAILURE);
+    char** command = argv + optind;
+    const run_options opts = parse_run(argc - optind, command, program_of(command[0]));
+    const bool runs = opts.what == request::images || opts.what == request::banks;
+    return !runs || check(out, opts) ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -72,16 +72,13 @@ static void run(const run_options& opts) {
 }
 
 int main(int argc, char* argv[]) {
-    try {
-        const run_options opts = parse_run(argc, argv, program::map);
-        if (opts.what == request::usage) run_usage(opts.command, argv[0]);
-        if (opts.what == request::version) {
-            puts(version_line);
-        } else {
-            run(opts);
-        }
-    } catch (const std::bad_alloc&) {
-        oops("Out of memory");
+    std::set_new_handler([] { oops("Out of memory"); });
+    const run_options opts = parse_run(argc, argv, program::map);
+    if (opts.what == request::usage) run_usage(opts.command, argv[0]);
+    if (opts.what == request::version) {
+        puts(version_line);
+    } else {
+        run(opts);
     }
     return EXIT_SUCCESS;
 }
