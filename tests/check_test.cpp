@@ -218,7 +218,7 @@ TEST(check, files_that_cannot_be_written) {
         terminal(
             "mkdir -m 555 locked; chmod 444 old; ln -s loop loop\n"
             "[ $(id -u) != 0 ] || user='setpriv --bounding-set -all'\n"
-            "for command in 'bankimg -C c' 'bankimg-map -o locked/new' 'bankimg-map -o c/y/z'; do\n"
+            "for command in 'bankimg -C c' 'bankimg-map -o locked/new' 'bankimg-map -o c/y'; do\n"
             "$user bankimg-check $command fw.elf; done",
             inputs),
         "error: old: the image of old cannot be written: Permission denied\n"
@@ -226,8 +226,9 @@ TEST(check, files_that_cannot_be_written) {
         "error: none/x: the image of none/x cannot be written: No such file or directory\n"
         "error: ..: the image of .. cannot be written: Is a directory\n"
         "error: loop: the image of loop cannot be written: Too many levels of symbolic links\n"
-        "error: locked/new: the directory of -o cannot be created: Permission denied\n"
-        "error: c/y/z: the directory of -o cannot be created: Not a directory\nexit 1\n");
+        "error: locked/new/bank0.dat: the image of bank0.dat cannot be written: Permission denied\n"
+        "error: c/y/bank0.dat: the image of bank0.dat cannot be written: Not a directory\n"
+        "exit 1\n");
     EXPECT_EQ(terminal("mkdir dir.bin; for w in -P -w; do bankimg-check bankimg fw.elf $w; done | "
                        "sed s/qq*/Q/g",
                        inputs),

@@ -2,7 +2,6 @@
 // finding on stdout. It is written in front of the command to be checked. The run happens in here,
 // up to its images: they are only measured, by the writer itself.
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -105,16 +104,16 @@ static void show_usage_of(const CBank& bank, int width) {
 
 static void show_usage(const std::vector<CBank>& banks) {
     size_t width = 0;
+    for (const CBank& bank : banks) {
+        if (!bank.sections.empty()) width = std::max(width, bank.name.size());
+    }
     std::string free;
     for (const CBank& bank : banks) {
         if (bank.sections.empty()) {
             free += " " + bank.name;
         } else {
-            width = std::max(width, bank.name.size());
+            show_usage_of(bank, static_cast<int>(width));
         }
-    }
-    for (const CBank& bank : banks) {
-        if (!bank.sections.empty()) show_usage_of(bank, static_cast<int>(width));
     }
     if (!free.empty()) printf("free:%s\n", free.c_str());
 }
@@ -182,16 +181,6 @@ static void check_bytes(findings& out, elf_input& elf, const CSect& sect, uint64
     }
 }
 
-static void check_file(findings& out, elf_input& elf, const section_table& table,
-                       const std::vector<CBank>& banks) {
-    const auto is_empty = [](const CBank& bank) { return bank.sections.empty(); };
-    if (std::all_of(banks.begin(), banks.end(), is_empty)) {
-        out.error("no section is loaded: there is no image");
-    }
-    const auto size = static_cast<uint64_t>(lseek(elf.file.fd, 0, SEEK_END));
-    for (const CSect& sect : table) check_bytes(out, elf, sect, size);
-}
-
 // Findings about the banks.
 
 // The linker places the next section at the address of thread-local zeros, because these occupy no
@@ -229,10 +218,10 @@ static void check_overlaps(findings& out, const CBank& bank) {
 static void check_alias(findings& out, const std::vector<CBank>& banks, const CBank& bank,
                         const CSect& sect) {
     if (!out.aliases) {
-        out.error(bank, sect,
-                  "is in the bank only without the top three address bits: use bankimg-map, or "
-                  "bankimg-check -a if these bits only select a window");
-        return;
+        return out.error(
+            bank, sect,
+            "is in the bank only without the top three address bits: use bankimg-map, or "
+            "bankimg-check -a if these bits only select a window");
     }
     for (const CBank& other : banks) {
         if (!in_range(other, sect.hdr.sh_addr)) continue;
@@ -242,13 +231,13 @@ static void check_alias(findings& out, const std::vector<CBank>& banks, const CB
 
 static void check_sections(findings& out, const std::vector<CBank>& banks, const CBank& bank) {
     const CSect& first = bank.sections.front();
+    const uint32_t window = region(first.hdr.sh_addr);
     bool differs = false;
     for (const CSect& sect : bank.sections) {
         if (overflows(bank, sect)) out.error(bank, sect, "runs past the end of the bank");
         if (!in_range(bank, sect.hdr.sh_addr)) check_alias(out, banks, bank, sect);
-        if (!out.aliases || differs) continue;
-        differs = region(sect.hdr.sh_addr) != region(first.hdr.sh_addr);
-        if (!differs) continue;
+        if (!out.aliases || differs || region(sect.hdr.sh_addr) == window) continue;
+        differs = true;
         out.error(bank, sect,
                   "differs from " + label(first) +
                       " in the top three address bits, so the gap between them is written out");
@@ -318,8 +307,8 @@ static void check_bank(findings& out, const std::vector<CBank>& banks, const CBa
 // Claims the file for its owner, unless a later write loses nothing there, as in /dev/null.
 static void claim(findings& out, file_owners& owners, const std::string& path,
                   const std::string& owner) {
-    struct stat status {};
-    if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) return;
+    std::error_code ignored;
+    if (fs::is_other(path, ignored)) return;
     std::string& listed = owners[identity(path)];
     if (!listed.empty()) out.error(path + ": " + listed + " and " + owner + " are one file");
     listed = owner;
@@ -337,12 +326,6 @@ static file_owners check_outputs(findings& out, const run_options& opts, const s
                                  const std::vector<CBank>& banks) {
     file_owners owners{{identity(opts.elf_path), "the ELF file"}};
     for (const std::string& file : opts.cfg_files) owners[identity(file)] = "a bank file";
-    const int reason = opts.directory == nullptr ? 0 : why_not_created(opts.directory);
-    if (reason != 0) {
-        out.error(opts.directory + std::string(": the directory of -o cannot be created: ") +
-                  strerror(reason));
-        return owners;
-    }
     for (const CBank& bank : banks) {
         if (bank.sections.empty()) continue;
         check_output(out, owners, opts, bank.file_name(), "the image of " + bank.name);
@@ -361,7 +344,7 @@ static file_owners check_outputs(findings& out, const run_options& opts, const s
 static void note_sections(const findings& out, const run_options& opts, const elf_input& elf,
                           const section_table& table) {
     std::vector<Phdr> segments;
-    read_segments(elf, segments);  // none if the table is damaged
+    read_segments(elf, segments);  // of a damaged table what can be read
     for (const CSect& sect : table) {
         if (!is_loaded(sect.hdr, sect.name) || is_stripped(sect.hdr)) continue;
         if (sect.hdr.sh_type == SHT_NOBITS) {
@@ -380,8 +363,8 @@ static void note_old_images(const findings& out, const run_options& opts, file_o
     for (const CBank& bank : banks) {
         if (!bank.sections.empty()) continue;
         const std::string path = output_path(opts, bank.file_name());
-        struct stat status {};
-        if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) continue;
+        std::error_code ignored;
+        if (!fs::is_regular_file(path, ignored)) continue;
         if (!owners.emplace(identity(path), "").second) continue;
         out.note(path + ": is an old image: its bank receives no section in this run");
     }
@@ -427,17 +410,18 @@ static bool check(findings out, const run_options& opts) {
     }
     read_headers(elf);
     load_sections(opts, elf, sections);
+    if (sections.empty()) out.error("no section is loaded: there is no image");
     sec2banks(banks, sections);
 
     const section_table table = list_sections(opts, elf);
     if (elf.hdr.e_machine == EM_MIPS || elf.hdr.e_machine == EM_MIPS_RS3_LE) out.aliases = true;
     if (out.show_usage) show_usage(banks);
-    check_file(out, elf, table, banks);
+    const auto size = static_cast<uint64_t>(lseek(elf.file.fd, 0, SEEK_END));
+    for (const CSect& sect : table) check_bytes(out, elf, sect, size);
     for (const CBank& bank : banks) check_bank(out, banks, bank);
     file_owners owners = check_outputs(out, opts, table, banks);
     note_sections(out, opts, elf, table);
     note_old_images(out, opts, owners, banks);
-    close(elf.file.fd);
     return !out.failed;
 }
 
@@ -486,8 +470,7 @@ int main(int argc, char* argv[]) {
         }
     }
     if (optind >= argc) usage(stderr, EXIT_FAILURE);
-    char** command = argv + optind;
-    const run_options opts = parse_run(argc - optind, command, program_of(command[0]));
+    const run_options opts = parse_run(argc - optind, argv + optind, program_of(argv[optind]));
     const bool runs = opts.what == request::images || opts.what == request::banks;
     return !runs || check(out, opts) ? EXIT_SUCCESS : EXIT_FAILURE;
 }

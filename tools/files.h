@@ -11,9 +11,6 @@ namespace fs = std::filesystem;
 /// no file yet, those of its directory, and its name.
 std::string identity(const fs::path& path);
 
-/// Returns the errno with which creating a directory and its parents fails, or 0.
-int why_not_created(fs::path directory);
-
 /// Returns the errno with which writing a file fails, or 0. If `directory` is not null, it is
 /// created before, with its parents.
 int why_not_written(const std::string& path, const char* directory);

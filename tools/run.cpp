@@ -90,14 +90,12 @@ bool is_left_out(const run_options& opts, const Shdr& shdr, const std::string& n
 }
 
 const char* read_segments(const elf_input& elf, std::vector<Phdr>& segments) {
-    segments.clear();
-    if (elf.hdr.e_phnum == 0) return nullptr;
+    segments.assign(elf.hdr.e_phnum, Phdr{});
+    if (segments.empty()) return nullptr;
     if (elf.hdr.e_phentsize != sizeof(Phdr)) return "ELF program header size is not 32";
-    segments.resize(elf.hdr.e_phnum);
     const size_t len = segments.size() * sizeof(Phdr);
-    if (read_at(elf.file.fd, elf.hdr.e_phoff, segments.data(), len) == len) return nullptr;
-    segments.clear();
-    return "ELF program header table is cut short";
+    const size_t count = read_at(elf.file.fd, elf.hdr.e_phoff, segments.data(), len);
+    return count == len ? nullptr : "ELF program header table is cut short";
 }
 
 // Several segments may hold the bytes of a section: a segment of flash, for example, also those of

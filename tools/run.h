@@ -61,8 +61,8 @@ void load_sections(const run_options& opts, elf_input& elf, std::list<CSect>& se
 /// Returns the path at which the run writes a file: below the directory of -o, if there is one.
 std::string output_path(const run_options& opts, const std::string& name);
 
-/// Replaces `segments` by the program headers. Returns null, or what is wrong with the table;
-/// `segments` is empty then.
+/// Replaces `segments` by the program headers. Returns null, or what is wrong with the table; those
+/// that cannot be read are PT_NULL.
 const char* read_segments(const elf_input& elf, std::vector<Phdr>& segments);
 
 /// Returns the load address of a section's first byte, by a PT_LOAD segment that holds all of its
