@@ -105,7 +105,7 @@ TEST(words, refuse_what_is_no_image_or_does_not_fit) {
         {"-c",
          {"", "1,", ",1", "1,,2", "~", "0x", "~~1", "g", std::string(33, '0')},
          "not hexadecimal masks with commas between them"},
-        {"-f", {"", "100", "0g"}, "not a byte of two hexadecimal digits"},
+        {"-f", {"", "100", "0g"}, "not a hexadecimal byte"},
         {"-l",
          {"4/4", "2", "1/", "/2", "0/0", "0/2/3", "-1/2", "0/1000000000"},
          "not LANE/LANES, with LANE from 0 to LANES-1"},

@@ -30,9 +30,7 @@
 constexpr size_t block_digits = 32;
 constexpr char hex_digits[] = "0123456789abcdef";
 
-namespace {
-
-// A number from the command line, and the text that gave it, for messages.
+// A number from the command line, and the option that gave it, for messages.
 struct number {
     std::string text;
     uint64_t value = 0;
@@ -57,8 +55,6 @@ struct settings {
     const char* image = nullptr;    // null for stdin
 };
 
-}  // namespace
-
 [[noreturn]] static void fail(const std::string& message) {
     oops("bankimg-words: " + message);
 }
@@ -76,9 +72,8 @@ struct settings {
         "  -e LAST        the memory's last address, hexadecimal: print every word up to it\n"
         "  -n WORDS       the memory's length: print that many words\n"
         "  -f BYTE        with -e or -n: the byte that fills the memory, hexadecimal (default 00)\n"
-        "  -c MASK,...    check bits above each word, lowest first: each is the parity of the "
-        "bits\n"
-        "                 in its hexadecimal MASK, or with ~ before it the complement\n"
+        "  -c MASK,...    check bits above each word, lowest first: the parity of the bits in\n"
+        "                 each hexadecimal MASK, or with ~ before it the complement\n"
         "  -h             print this text\n",
         stream);
     exit(status);
@@ -106,14 +101,12 @@ static number parse_hex(const std::string& option, const std::string& text, size
                         const std::string& why) {
     const std::string digits = strip_0x(text, most);
     if (digits.empty()) fail(option + " " + text + ": " + why);
-    return {text, strtoull(digits.c_str(), nullptr, 16)};
+    return {option + " " + text, strtoull(digits.c_str(), nullptr, 16)};
 }
 
-static void set_width(settings& opts, const std::string& text) {
+static size_t parse_width(const std::string& text) {
     for (const unsigned bits : {8U, 16U, 32U, 64U, 128U}) {
-        if (text != std::to_string(bits)) continue;
-        opts.digits = bits / 4;
-        return;
+        if (text == std::to_string(bits)) return bits / 4;
     }
     fail("-w " + text + ": not 8, 16, 32, 64 or 128");
 }
@@ -152,28 +145,28 @@ static std::vector<check_bit> parse_checks(const std::string& list) {
 
 // Converts the last address to a number of words.
 static number measure(const settings& opts) {
-    const std::string option = "-e " + opts.last->text;
-    if (!opts.first) fail(option + ": -a FIRST is missing");
-    if (opts.depth) fail(option + ": cannot be combined with -n");
+    const std::string& given = opts.last->text;
+    if (!opts.first) fail(given + ": -a FIRST is missing");
+    if (opts.depth) fail(given + ": cannot be combined with -n");
     const uint64_t first = opts.first->value, last = opts.last->value;
-    if (last < first) fail(option + ": lies below the first address of -a");
+    if (last < first) fail(given + ": lies below the first address of -a");
     const uint64_t bytes = last - first + 1, turn = opts.digits / 2 * opts.lanes;
-    if (bytes % turn != 0) fail(option + ": not a whole number of words of each lane");
+    if (bytes % turn != 0) fail(given + ": not a whole number of words of each lane");
     const uint64_t words = bytes / turn;
-    return {"the " + std::to_string(words) + " up to " + option, words};
+    return {"the " + std::to_string(words) + " up to " + given, words};
 }
 
 // Checks the options against each other.
 static void complete(settings& opts) {
     if (opts.first && opts.first->value % block_size != 0) {
-        fail("-a " + opts.first->text + ": not a multiple of 16");
+        fail(opts.first->text + ": not a multiple of 16");
     }
     if (opts.last) opts.depth = measure(opts);
-    if (opts.fill && !opts.depth) fail("-f " + opts.fill->text + ": -n or -e is missing");
+    if (opts.fill && !opts.depth) fail(opts.fill->text + ": -n or -e is missing");
     for (const check_bit& check : opts.checks) {
-        const size_t highest = check.mask.find_first_not_of('0');
-        if (highest == std::string::npos || highest >= block_digits - opts.digits) continue;
-        fail("-c " + check.text + ": wider than a word");
+        const size_t highest =
+            check.mask.find_first_not_of('0');  // npos, which is above all, if none
+        if (highest < block_digits - opts.digits) fail("-c " + check.text + ": wider than a word");
     }
 }
 
@@ -186,13 +179,11 @@ static settings parse_options(int argc, char* argv[]) {
             case 'a': opts.first = parse_hex("-a", optarg, 8, "not a hexadecimal address"); break;
             case 'c': opts.checks = parse_checks(optarg); break;
             case 'e': opts.last = parse_hex("-e", optarg, 8, "not a hexadecimal address"); break;
-            case 'f':
-                opts.fill = parse_hex("-f", optarg, 2, "not a byte of two hexadecimal digits");
-                break;
+            case 'f': opts.fill = parse_hex("-f", optarg, 2, "not a hexadecimal byte"); break;
             case 'h': usage(stdout, EXIT_SUCCESS);
             case 'l': set_lane(opts, optarg); break;
             case 'n': opts.depth = parse_depth(optarg); break;
-            case 'w': set_width(opts, optarg); break;
+            case 'w': opts.digits = parse_width(optarg); break;
             default: usage(stderr, EXIT_FAILURE);
         }
     }
@@ -204,10 +195,6 @@ static settings parse_options(int argc, char* argv[]) {
 
 // Input.
 
-static constexpr uint64_t eight_times(int byte) {
-    return static_cast<uint64_t>(byte) * 0x0101010101010101;
-}
-
 // Tells whether the eight characters at `text` are hexadecimal digits in lower case. It looks at
 // all of them at once: the top bit of a byte is set if adding 0x80 - n reaches it, that is from n
 // on. A byte that has it from the start is no digit by any of the four sums; only after such a byte
@@ -215,11 +202,9 @@ static constexpr uint64_t eight_times(int byte) {
 static bool is_field(const char* text) {
     uint64_t chars = 0;
     memcpy(&chars, text, sizeof chars);
-    constexpr uint64_t tops = eight_times(0x80);
-    const uint64_t from_0 = chars + eight_times(0x80 - '0');
-    const uint64_t past_9 = chars + eight_times(0x80 - '9' - 1);
-    const uint64_t from_a = chars + eight_times(0x80 - 'a');
-    const uint64_t past_f = chars + eight_times(0x80 - 'f' - 1);
+    constexpr uint64_t each = 0x0101010101010101, tops = each * 0x80;
+    const uint64_t from_0 = chars + each * (0x80 - '0'), past_9 = chars + each * (0x7f - '9');
+    const uint64_t from_a = chars + each * (0x80 - 'a'), past_f = chars + each * (0x7f - 'f');
     return (((from_0 & ~past_9) | (from_a & ~past_f)) & tops) == tops;
 }
 
@@ -237,8 +222,6 @@ static uint32_t value_of(char digit) {
     return (static_cast<uint8_t>(digit) & 15U) + (digit > '9' ? 9 : 0);
 }
 
-namespace {
-
 // The lines of an image, one after the other.
 struct image_reader {
     const char* name = nullptr;  // for messages
@@ -254,9 +237,7 @@ struct image_reader {
     bool next() {
         if (at == end && !fill()) return false;
         number++;
-        if (static_cast<size_t>(end - at) < line_len || !is_line(at)) {
-            refuse("not a line of an image");
-        }
+        if (end - at < ptrdiff_t{line_len} || !is_line(at)) refuse("not a line of an image");
         for (size_t i = 0; i < 4; i++) {
             memcpy(block + block_digits - 8 * (i + 1), at + word_step * i, 8);
         }
@@ -283,8 +264,6 @@ struct image_reader {
     }
 };
 
-}  // namespace
-
 // Output.
 
 // Output that waits to be written. Words go straight into it, because a call of stdio for each line
@@ -310,14 +289,14 @@ static void print(const char* text, size_t len) {
     memcpy(reserve(len), text, len);
 }
 
-namespace {
-
 // The words of the lane in one block.
 struct lane_part {
     uint64_t place;  // of the first one in the lane
     size_t skip;     // words of other lanes before it
     size_t count;
     char block[block_digits];
+
+    bool operator<(const lane_part& other) const { return place < other.place; }
 };
 
 // The words of the lane, on their way to stdout. Each becomes an entry: check bits, word, newline.
@@ -338,10 +317,9 @@ struct lane_words {
     explicit lane_words(const settings& options) : opts(options) {
         for (size_t i = 0; i < opts.checks.size(); i++) add_check(i, opts.checks[i]);
         if (!opts.depth) return;
-        const auto byte = static_cast<uint32_t>(opts.fill.value_or(number{}).value);
-        const std::string word = hex8(byte * 0x01010101);
+        const std::string fill = hex8(static_cast<uint32_t>(opts.fill.value_or(number{}).value));
         lane_part part{0, 0, 1, {}};
-        for (size_t i = 0; i < block_digits; i++) part.block[i] = word[i % 8];
+        for (size_t i = 0; i < block_digits; i++) part.block[i] = fill[6 + i % 2];
         fillers.resize(entry_len);
         put_part(fillers.data(), part);
         while (fillers.size() < sizeof out / 2) fillers += fillers;
@@ -404,12 +382,9 @@ struct lane_words {
         const uint64_t skip = place * opts.lanes + opts.lane - first;
         lane_part part{place, static_cast<size_t>(skip), static_cast<size_t>(count), {}};
         memcpy(part.block, block, block_digits);
-        if (opts.depth) {
-            parts.push_back(part);
-        } else {
-            if (place != end) print_record(place);
-            print_part(part);
-        }
+        if (opts.depth) return parts.push_back(part);
+        if (place != end) print_record(place);
+        print_part(part);
     }
 
     void print_part(const lane_part& part) {
@@ -431,11 +406,8 @@ struct lane_words {
 
     // Prints the whole memory. Of several lines for one block the last one counts.
     void print_memory(const image_reader& image) {
-        const auto is_below = [](const lane_part& a, const lane_part& b) {
-            return a.place < b.place;
-        };
-        if (!std::is_sorted(parts.begin(), parts.end(), is_below)) {
-            std::stable_sort(parts.begin(), parts.end(), is_below);
+        if (!std::is_sorted(parts.begin(), parts.end())) {
+            std::stable_sort(parts.begin(), parts.end());
         }
         const uint64_t needed = parts.empty() ? 0 : parts.back().place + parts.back().count;
         if (needed > opts.depth->value) {
@@ -450,8 +422,6 @@ struct lane_words {
         print_fill(opts.depth->value - end);
     }
 };
-
-}  // namespace
 
 // Returns the number of the line's block in the memory. `last` is the address of the line before.
 static uint64_t block_number(const settings& opts, const image_reader& image, uint32_t last) {
@@ -484,7 +454,7 @@ static void run(const settings& opts) {
 int main(int argc, char* argv[]) {
     try {
         run(parse_options(argc, argv));
-    } catch (const std::exception&) {  // on 32-bit machines also: a string becomes too long
+    } catch (const std::exception&) {  // on 32-bit machines also: too many blocks
         oops("Out of memory");
     }
     return EXIT_SUCCESS;
