@@ -68,59 +68,57 @@ TEST(words, have_check_bits_above_them) {
         "@1\n099f9e9d9c9b9a99989796959493929190\n");
 }
 
+static void refused(const std::string& options, const std::string& image, const std::string& why) {
+    EXPECT_EQ(words(options + " >/dev/null", image), "bankimg-words: " + why + "\nexit 1\n");
+}
+
 TEST(words, refuse_what_is_no_image_or_does_not_fit) {
     const std::string good = line("18440000"), gap = good + line("18440020");
     const std::string not_a_line = ": not a line of an image";
-    std::vector<std::tuple<std::string, std::string, std::string>> cases{
-        {"", gap, "stdin:2: does not follow the line before: -a FIRST is needed"},
-        {"-a 18440010", gap, "stdin:1: lies below the first address of -a"},
-        {"-n 3", good, "stdin:1: needs 4 words, more than -n 3"},
-        {"-a 18440000 -n 11", gap + good, "stdin:3: needs 12 words, more than -n 11"},
-        {"-a 18440000 -e 1844000f -w 8 -l 3/4", gap,
-         "stdin:2: needs 12 words, more than the 4 up to -e 1844000f"},
-        {"missing.dat", "", "missing.dat: cannot be opened"},
-        {".", "", ".: cannot be read"},
-        {"a.dat", "no image", "a.dat:1" + not_a_line},
-        {"", good + "\n", "stdin:2" + not_a_line},
-        {"", good + good.substr(0, 45), "stdin:2" + not_a_line},
-        {"", good.substr(0, 46) + "0", "stdin:1" + not_a_line},
-        {"-a 18440008", "", "-a 18440008: not a multiple of 16"},
-        {"-f Ff", "", "-f Ff: -n or -e is missing"},
-        {"-e f", "", "-e f: -a FIRST is missing"},
-        {"-e f -a 0 -n 4", "", "-e f: cannot be combined with -n"},
-        {"-e f -a 10", "", "-e f: lies below the first address of -a"},
-        {"-c 0,0x100 -w 8", "", "-c 0x100: wider than a word"},
-        {"-e f -a 0 -l 0/3", "", "-e f: not a whole number of words of each lane"},
-    };
+    refused("", gap, "stdin:2: does not follow the line before: -a FIRST is needed");
+    refused("-a 18440010", gap, "stdin:1: lies below the first address of -a");
+    refused("-n 3", good, "stdin:1: needs 4 words, more than -n 3");
+    refused("-a 18440000 -n 11", gap + good, "stdin:3: needs 12 words, more than -n 11");
+    refused("-a 18440000 -e 1844000f -w 8 -l 3/4", gap,
+            "stdin:2: needs 12 words, more than the 4 up to -e 1844000f");
+    refused("missing.dat", "", "missing.dat: cannot be opened");
+    refused(".", "", ".: cannot be read");
+    refused("a.dat", "no image", "a.dat:1" + not_a_line);
+    refused("", good + "\n", "stdin:2" + not_a_line);
+    refused("", good + good.substr(0, 45), "stdin:2" + not_a_line);
+    refused("", good.substr(0, 46) + "0", "stdin:1" + not_a_line);
     for (size_t i = 0; i < good.size(); i++) {  // any other character, in any place
         std::string image = good;
         image[i] = image[i] == ' ' ? '0' : ":`gA@G\xb0\xe1/"[i % 9];
-        cases.push_back({"", image, "stdin:1" + not_a_line});
+        refused("", image, "stdin:1" + not_a_line);
     }
+}
+
+TEST(words, refuse_options_that_do_not_fit) {
+    refused("-a 18440008", "", "-a 18440008: not a multiple of 16");
+    refused("-f Ff", "", "-f Ff: -n or -e is missing");
+    refused("-e f", "", "-e f: -a FIRST is missing");
+    refused("-e f -a 0 -n 4", "", "-e f: cannot be combined with -n");
+    refused("-e f -a 10", "", "-e f: lies below the first address of -a");
+    refused("-e f -a 0 -l 0/3", "", "-e f: not a whole number of words of each lane");
+    refused("-c 0,0x100 -w 8", "", "-c 0x100: wider than a word");
+    const auto wrong = [](const std::string& option, const std::vector<std::string>& values,
+                          const std::string& why) {
+        for (const std::string& value : values) {
+            refused(option + " '" + value + "'", "", option + " " + value + ": " + why);
+        }
+    };
+    wrong("-a", {"", "0x", "g", "123456780", "1 0"}, "not a hexadecimal address");
+    wrong("-c", {"", "1,", ",1", "1,,2", "~", "0x", "~~1", "g", std::string(33, '0')},
+          "not hexadecimal masks with commas between them");
     std::string masks = "0";
     for (size_t i = 0; i < 64; i++) masks += ",0";
-    const std::tuple<std::string, std::vector<std::string>, std::string> options_and_values[] = {
-        {"-a", {"", "0x", "g", "123456780", "1 0"}, "not a hexadecimal address"},
-        {"-c", {masks}, "more than 64 masks"},
-        {"-c",
-         {"", "1,", ",1", "1,,2", "~", "0x", "~~1", "g", std::string(33, '0')},
-         "not hexadecimal masks with commas between them"},
-        {"-f", {"", "100", "0g"}, "not a hexadecimal byte"},
-        {"-l",
-         {"4/4", "2", "1/", "/2", "0/0", "0/2/3", "-1/2", "0/1000000000"},
-         "not LANE/LANES, with LANE from 0 to LANES-1"},
-        {"-n", {"", "1k", "010", "1000000000"}, "not a number of words"},
-        {"-w", {"", "24", "0"}, "not 8, 16, 32, 64 or 128"},
-    };
-    for (const auto& [option, values, why] : options_and_values) {
-        for (const std::string& value : values) {
-            cases.push_back({option + " '" + value + "'", "", option + " " + value + ": " + why});
-        }
-    }
-    for (const auto& [options, image, message] : cases) {
-        EXPECT_EQ(words(options + " >/dev/null", image),
-                  "bankimg-words: " + message + "\nexit 1\n");
-    }
+    wrong("-c", {masks}, "more than 64 masks");
+    wrong("-f", {"", "100", "0g"}, "not a hexadecimal byte");
+    wrong("-l", {"4/4", "2", "1/", "/2", "0/0", "0/2/3", "-1/2", "0/1000000000"},
+          "not LANE/LANES, with LANE from 0 to LANES-1");
+    wrong("-n", {"", "1k", "010", "1000000000"}, "not a number of words");
+    wrong("-w", {"", "24", "0"}, "not 8, 16, 32, 64 or 128");
 }
 
 TEST(words, of_a_long_image_are_complete_or_end_with_a_message) {
