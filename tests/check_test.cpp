@@ -47,19 +47,17 @@ TEST(check, shows_how_full_the_banks_are) {
 }
 
 TEST(check, files_that_a_run_takes_for_others) {
-    const std::pair<damage, std::string> cases[] = {
-        {[](headers& h) { h.file.e_ident[EI_CLASS] = ELFCLASS64, h.file.e_shentsize = 64; },
-         "a 64-bit file: build for 32 bits, or convert it: objcopy -S -O elf32-..."},
-        {[](headers& h) { h.file.e_ident[EI_DATA] = ELFDATA2MSB; },
-         "a big-endian file: the words of images are little-endian"},
-        {[](headers& h) { h.file.e_type = ET_REL; },
-         "a relocatable file, whose sections have no addresses: link it first"},
-        {[](headers& h) { h.file.e_shnum = 0; },
-         "a file without section headers: there is no image"},
-    };
-    for (const auto& [change, finding] : cases) {
+    const auto refused = [](const std::string& finding, void change(headers&)) {
         EXPECT_EQ(check("-u bankimg-map", good, "", change), "error: " + finding + "\nexit 1\n");
-    }
+    };
+    refused("a 64-bit file: build for 32 bits, or convert it: objcopy -S -O elf32-...",
+            [](headers& h) { h.file.e_ident[EI_CLASS] = ELFCLASS64, h.file.e_shentsize = 64; });
+    refused("a big-endian file: the words of images are little-endian",
+            [](headers& h) { h.file.e_ident[EI_DATA] = ELFDATA2MSB; });
+    refused("a relocatable file, whose sections have no addresses: link it first",
+            [](headers& h) { h.file.e_type = ET_REL; });
+    refused("a file without section headers: there is no image",
+            [](headers& h) { h.file.e_shnum = 0; });
 }
 
 TEST(check, run_that_fails_says_what_it_would_say) {
