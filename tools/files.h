@@ -8,7 +8,7 @@
 namespace fs = std::filesystem;
 
 /// Returns a key that is the same for all names of a file: its device and inode or, where there is
-/// no file yet, those of its directory, and its name.
+/// no file yet, its path from the root without links.
 std::string identity(const fs::path& path);
 
 /// Returns the errno with which writing a file fails, or 0. If `directory` is not null, it is

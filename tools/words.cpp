@@ -164,8 +164,8 @@ static void complete(settings& opts) {
     if (opts.last) opts.depth = measure(opts);
     if (opts.fill && !opts.depth) fail(opts.fill->text + ": -n or -e is missing");
     for (const check_bit& check : opts.checks) {
-        const size_t highest =
-            check.mask.find_first_not_of('0');  // npos, which is above all, if none
+        // A mask of zeros has none: npos, which is above all.
+        const size_t highest = check.mask.find_first_not_of('0');
         if (highest < block_digits - opts.digits) fail("-c " + check.text + ": wider than a word");
     }
 }
